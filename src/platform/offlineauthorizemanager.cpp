@@ -1,0 +1,7 @@
+#include "offlineauthorizemanager.h"
+
+KvOfflineAuthorizeManager *KvOfflineAuthorizeManager::instance()
+{
+    static KvOfflineAuthorizeManager manager;
+    return &manager;
+}

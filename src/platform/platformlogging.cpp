@@ -1,0 +1,3 @@
+#include "platformlogging_p.h"
+
+Q_LOGGING_CATEGORY(kvPlatform, "kvmess.platform")

@@ -1,0 +1,178 @@
+#include "platform/dataadapter.h"
+#include "platform/databasefactory.h"
+
+#include <QSqlError>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+// Runs `work` on a thread of its own with its own adapter; gives the number of failed statements.
+class AdapterThread : public QThread
+{
+public:
+    AdapterThread(QString connection, QString file, std::function<int(KvDataAdapter *)> work)
+        : m_connection(std::move(connection)), m_file(std::move(file)), m_work(std::move(work)) {}
+
+    int failures = -1;
+
+protected:
+    void run() override
+    {
+        std::unique_ptr<KvDataAdapter> adapter(KvDataBaseFactory::createSqliteAdapter(m_connection, m_file));
+        failures = adapter->open() ? m_work(adapter.get()) : -1;
+    }
+
+private:
+    QString m_connection;
+    QString m_file;
+    std::function<int(KvDataAdapter *)> m_work;
+};
+
+} // namespace
+
+class TestSqliteAdapter : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void placeholdersDecideExecution_data();
+    void placeholdersDecideExecution();
+    void openConfiguresTheFile();
+    void tables();
+    void closeRemovesTheConnection();
+    void writerAndReaderOnTwoThreads();
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<KvDataAdapter> m_adapter;
+};
+
+void TestSqliteAdapter::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_adapter.reset(KvDataBaseFactory::createSqliteAdapter(QStringLiteral("main"), m_dir->filePath("u.db")));
+    QVERIFY(m_adapter->open());
+    QVERIFY(!m_adapter->sqlQuery("CREATE TABLE t (id INTEGER PRIMARY KEY, content TEXT)").lastError().isValid());
+}
+
+void TestSqliteAdapter::cleanup()
+{
+    m_adapter.reset();
+    m_dir.reset();
+}
+
+void TestSqliteAdapter::placeholdersDecideExecution_data()
+{
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<bool>("executed");
+    QTest::newRow("plain select") << "SELECT count(*) FROM t" << true;
+    QTest::newRow("values substituted into a read") << "SELECT * FROM t WHERE content = 'x'" << true;
+    QTest::newRow("question mark in a literal") << "SELECT * FROM t WHERE content = 'why?'" << true;
+    QTest::newRow("escaped quote before a question mark") << "SELECT * FROM t WHERE content = 'it''s ?'" << true;
+    QTest::newRow("question mark in a quoted name") << "SELECT id AS \"id?\" FROM t" << true;
+    QTest::newRow("question mark in a comment") << "SELECT id FROM t -- who?\n" << true;
+    QTest::newRow("positional insert") << "INSERT INTO t (content) VALUES (?)" << false;
+    QTest::newRow("placeholder after a literal") << "UPDATE t SET content = ? WHERE content = 'a?'" << false;
+}
+
+void TestSqliteAdapter::placeholdersDecideExecution()
+{
+    QFETCH(QString, statement);
+    QFETCH(bool, executed);
+    QSqlQuery query = m_adapter->sqlQuery(statement);
+    QVERIFY2(!query.lastError().isValid(), qPrintable(query.lastError().text()));
+    QCOMPARE(query.isActive(), executed);
+    if (!executed) {
+        QSqlQuery count = m_adapter->sqlQuery("SELECT count(*) FROM t");
+        QVERIFY(count.next());
+        QCOMPARE(count.value(0).toInt(), 0);
+        query.bindValue(0, QStringLiteral("bound"));
+        QVERIFY(query.exec());
+    }
+}
+
+void TestSqliteAdapter::openConfiguresTheFile()
+{
+    QCOMPARE(m_adapter->databaseName(), m_dir->filePath("u.db"));
+    QSqlQuery mode = m_adapter->sqlQuery("PRAGMA journal_mode");
+    QVERIFY(mode.next());
+    QCOMPARE(mode.value(0).toString(), QStringLiteral("wal"));
+    QSqlQuery sync = m_adapter->sqlQuery("PRAGMA synchronous");
+    QVERIFY(sync.next());
+    QCOMPARE(sync.value(0).toInt(), 1); // NORMAL
+    QSqlQuery busy = m_adapter->sqlQuery("PRAGMA busy_timeout");
+    QVERIFY(busy.next());
+    QVERIFY(busy.value(0).toInt() >= 1000);
+}
+
+void TestSqliteAdapter::tables()
+{
+    QVERIFY(m_adapter->hasTable("t"));
+    QVERIFY(!m_adapter->hasTable("missing"));
+    QVERIFY(!m_adapter->hasTable("T' OR '1'='1"));
+    QVERIFY(m_adapter->dropTable("t"));
+    QVERIFY(!m_adapter->hasTable("t"));
+    QVERIFY(m_adapter->dropTable("t"));
+}
+
+void TestSqliteAdapter::closeRemovesTheConnection()
+{
+    std::unique_ptr<KvDataAdapter> second(
+        KvDataBaseFactory::createSqliteAdapter(QStringLiteral("main"), m_dir->filePath("u.db")));
+    QVERIFY2(!second->open(), "a connection name in use must not be taken over");
+    QVERIFY(QSqlDatabase::contains("main"));
+    m_adapter->close();
+    QVERIFY(!m_adapter->isOpen());
+    QVERIFY(!QSqlDatabase::contains("main"));
+    QVERIFY(second->open());
+    QVERIFY(second->hasTable("t"));
+}
+
+void TestSqliteAdapter::writerAndReaderOnTwoThreads()
+{
+    const QString file = m_dir->filePath("u.db");
+    const int rows = 1500;
+    AdapterThread writer(QStringLiteral("writer"), file, [rows](KvDataAdapter *adapter) {
+        int failed = 0;
+        for (int i = 0; i < rows; ++i) {
+            QSqlQuery insert = adapter->sqlQuery("INSERT INTO t (content) VALUES (?)");
+            insert.addBindValue(QStringLiteral("row %1").arg(i));
+            if (!insert.exec())
+                ++failed;
+        }
+        return failed;
+    });
+    AdapterThread reader(QStringLiteral("reader"), file, [&writer](KvDataAdapter *adapter) {
+        int failed = 0;
+        int last = 0;
+        while (!writer.isFinished() || last < 1500) {
+            QSqlQuery count = adapter->sqlQuery("SELECT count(*), max(id) FROM t");
+            if (count.lastError().isValid() || !count.next()) {
+                ++failed;
+                continue;
+            }
+            const int now = count.value(0).toInt();
+            if (now < last)
+                ++failed; // a committed row disappeared
+            last = now;
+        }
+        return failed;
+    });
+    writer.start();
+    reader.start();
+    QVERIFY(writer.wait(60000));
+    QVERIFY(reader.wait(60000));
+    QCOMPARE(writer.failures, 0);
+    QCOMPARE(reader.failures, 0);
+    QSqlQuery count = m_adapter->sqlQuery("SELECT count(*) FROM t");
+    QVERIFY(count.next());
+    QCOMPARE(count.value(0).toInt(), rows);
+}
+
+QTEST_GUILESS_MAIN(TestSqliteAdapter)
+#include "tst_sqliteadapter.moc"
