@@ -1,0 +1,6 @@
+#include "msgcontentchatpic.h"
+
+QString KvMsgContentChatPic::type() const
+{
+    return QStringLiteral("BBB");
+}

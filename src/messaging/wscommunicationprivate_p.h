@@ -1,0 +1,69 @@
+#pragma once
+
+#include "wsmessage.h"
+#include "wsmessagereply.h"
+
+#include <QAbstractSocket>
+#include <QDate>
+#include <QMap>
+#include <QObject>
+#include <QSharedPointer>
+#include <QStringList>
+
+class KvWSCommunicationManager;
+class QJsonObject;
+class QThread;
+class QTimer;
+class QWebSocket;
+
+// The connection behind KvWSCommunicationManager. Built on the caller's thread
+// and then moved to its own thread: the socket, the pending replies and the
+// timers are touched only there, by functors posted to this object. The
+// exceptions, read or written from the caller's thread without a lock, are
+// the url, the thread's state and the socket's state.
+class KvWSCommunicationPrivate : public QObject
+{
+    Q_OBJECT
+public:
+    explicit KvWSCommunicationPrivate(KvWSCommunicationManager *manager);
+    ~KvWSCommunicationPrivate() override;
+
+    void startConnection(bool force);
+    void stopConnection(bool quit);
+    // Caller's thread. The reply's time-out starts after the frame is posted,
+    // whatever the socket's state.
+    QSharedPointer<KvWSMessageReply> sendFrame(const KvWSMessagePtr &message, int timeoutMs);
+    void sendFrameWithoutReply(const KvWSMessagePtr &message);
+    // Any thread.
+    void removeReply(const QString &sid);
+
+private Q_SLOTS:
+    void onConnected();
+    void onDisconnected();
+    void onError(QAbstractSocket::SocketError error);
+    void onTextMessageReceived(QString message);
+
+private:
+    friend class KvWSCommunicationManager;
+    friend class KvWSCommunicationTestHook;
+
+    QByteArray buildFrame(const KvWSMessagePtr &message) const;
+    void handleFrame(const QJsonObject &object, QStringList &ids, QList<KvWSMessagePtr> &batch);
+    void failAllReplies(int error);
+    void closeSocket();
+    void slotHeartbeat();
+    void slotReconnect();
+    void slotOnlineStateChanged(bool isOnline);
+    void armReconnect(int intervalMs);
+
+    QWebSocket *m_socket = nullptr;
+    KvWSCommunicationManager *m_manager = nullptr;
+    QTimer *m_heartbeatTimer = nullptr;
+    QTimer *m_reconnectTimer = nullptr;
+    int m_reconnectInterval = 0;
+    QDate m_authDate;
+    int m_heartbeatCount = 0;
+    QString m_url;
+    QMap<QString, QSharedPointer<KvWSMessageReply>> m_pendingReplies;
+    QThread *m_workerThread = nullptr;
+};

@@ -1,0 +1,3 @@
+#include "wsmessagecontent.h"
+
+KvWSMessageContent::~KvWSMessageContent() = default;

@@ -1,0 +1,6 @@
+#include "wsmessagecontentforreceiving.h"
+
+QJsonValue KvWSMessageContentForReceiving::toJsonValue() const
+{
+    return QJsonValue();
+}

@@ -1,0 +1,5 @@
+#include "wsmessagecontentforsending.h"
+
+void KvWSMessageContentForSending::parseJsonValue(const QJsonValue &)
+{
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QUrl>
+#include <QWebSocketProtocol>
+
+class QWebSocket;
+class QWebSocketServer;
+
+// An in-process message server on the loopback. It records what clients send
+// and lets a test send frames back or break the link. Making one points the
+// platform layer (KVMESS_MESSAGE_HOST) at it.
+class FakeMessageServer : public QObject
+{
+    Q_OBJECT
+public:
+    explicit FakeMessageServer(QObject *parent = nullptr);
+    ~FakeMessageServer() override;
+
+    QString host() const;
+    // Stops listening without dropping live clients; listen() takes the same port again.
+    void stopListening();
+    bool listen();
+
+    // Sends a text to the newest client.
+    void send(const QString &text);
+    void send(const QJsonValue &frame);
+    // Closes the newest client's TCP link without a closing handshake.
+    void dropClient();
+
+    bool waitForConnections(int count, int timeoutMs = 5000) const;
+    bool waitForTexts(int count, int timeoutMs = 5000) const;
+    bool waitForCloseCodes(int count, int timeoutMs = 5000) const;
+
+    // The texts received, parsed; a text that is not an object gives an empty one.
+    QList<QJsonObject> frames() const;
+    QJsonObject lastFrameOfType(const QString &type) const;
+
+    QList<QUrl> requestUrls;
+    QStringList texts;
+    QList<QWebSocketProtocol::CloseCode> closeCodes;
+
+private:
+    QWebSocketServer *m_server;
+    quint16 m_port = 0;
+    QList<QPointer<QWebSocket>> m_clients;
+};

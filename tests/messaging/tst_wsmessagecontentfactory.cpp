@@ -1,0 +1,309 @@
+#include "messaging/msgcontentautoresponse_p.h"
+#include "messaging/msgcontentchatfile.h"
+#include "messaging/msgcontentchatpic.h"
+#include "messaging/msgcontentchattext.h"
+#include "messaging/msgcontentclientofflineinfo.h"
+#include "messaging/msgcontentmaplayer.h"
+#include "messaging/msgcontentnotice.h"
+#include "messaging/msgcontenttip.h"
+#include "messaging/msgcontentuserinfo.h"
+#include "messaging/msgdevicelightup.h"
+#include "messaging/msgnewcustomerservice.h"
+#include "messaging/wscommunicationmanager.h"
+#include "messaging/wscommunicationtesthook_p.h"
+#include "messaging/wsmessagecontentfactory.h"
+#include "messaging/wssignalsfilterformgr.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <memory>
+#include <typeinfo>
+
+namespace {
+
+QJsonValue json(const char *text)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(text);
+    return document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
+}
+
+} // namespace
+
+class TestWSMessageContentFactory : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase()
+    {
+        KvWSCommunicationTestHook::setNetworkWatcherEnabled(false);
+    }
+
+    void typeTable_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QByteArray>("className");
+        QTest::addColumn<int>("dispatchKind");
+        QTest::addColumn<QByteArray>("signal");
+
+        const QByteArray file = typeid(KvMsgContentChatFile).name();
+        const QByteArray userInfo = typeid(KvMsgContentUserInfo).name();
+        const QByteArray maplayer = typeid(KvMsgContentMaplayer).name();
+        const QByteArray notice = typeid(KvMsgContentNotice).name();
+        const QByteArray tip = typeid(KvMsgContentTip).name();
+        QTest::newRow("BBA") << "BBA" << file << 1 << QByteArray();
+        QTest::newRow("BBB") << "BBB" << QByteArray(typeid(KvMsgContentChatPic).name()) << 1 << QByteArray();
+        QTest::newRow("BBC") << "BBC" << QByteArray(typeid(KvMsgContentChatText).name()) << 1 << QByteArray();
+        QTest::newRow("BBI") << "BBI" << tip << 1 << QByteArray();
+        QTest::newRow("BBJ") << "BBJ" << tip << 1 << QByteArray();
+        QTest::newRow("BBK") << "BBK" << QByteArray(typeid(KvMsgNewCustomerService).name()) << 1 << QByteArray();
+        QTest::newRow("ZZA") << "ZZA" << userInfo << 2 << QByteArray("onApplyforFriendMsgReceived");
+        QTest::newRow("ZZB") << "ZZB" << userInfo << 2 << QByteArray("onConfirmedFriendMsgReceived");
+        QTest::newRow("ZZC") << "ZZC" << userInfo << 2 << QByteArray("onRefusedFriendMsgReceived");
+        QTest::newRow("ZZD") << "ZZD" << userInfo << 2 << QByteArray("onRemovedFriendMsgReceived");
+        QTest::newRow("ZZE") << "ZZE" << QByteArray(typeid(KvMsgContentClientOfflineInfo).name()) << 2
+                             << QByteArray("onPCOffline");
+        QTest::newRow("ZZG") << "ZZG" << userInfo << 2 << QByteArray("onProMemberChanged");
+        QTest::newRow("ZZH") << "ZZH" << maplayer << 2 << QByteArray("onMapLayerAdded");
+        QTest::newRow("ZZI") << "ZZI" << maplayer << 2 << QByteArray("onMapLayerUpdated");
+        QTest::newRow("ZZJ") << "ZZJ" << maplayer << 2 << QByteArray("onMapLayerDeleted");
+        QTest::newRow("ZZK") << "ZZK" << QByteArray(typeid(KvMsgDeviceLightUp).name()) << 2
+                             << QByteArray("onDevicesLightUpChanged");
+        QTest::newRow("ZZN") << "ZZN" << notice << 2 << QByteArray("onNoticeReceived");
+        QTest::newRow("ZZO") << "ZZO" << notice << 2 << QByteArray("onPopNoticeReceived");
+    }
+
+    // Each type gets its class, its dispatch, and exactly its own signal.
+    void typeTable()
+    {
+        QFETCH(QString, type);
+        QFETCH(QByteArray, className);
+        QFETCH(int, dispatchKind);
+        QFETCH(QByteArray, signal);
+
+        KvWSCommunicationManager manager;
+        KvWSSignalsFilterForMgr filter(&manager);
+        const QSharedPointer<KvWSMessageContent> content =
+            KvWSMessageContentFactory::createMessageContent(type, QJsonObject(), &filter);
+        QVERIFY(content);
+        QCOMPARE(QByteArray(typeid(*content).name()), className);
+        QCOMPARE(content->type(), type);
+        QCOMPARE(filter.dispatchKind, dispatchKind);
+        QCOMPARE(bool(filter.handler), !signal.isEmpty());
+
+        // Spy on every message signal; the handler must raise the expected one only.
+        std::vector<std::unique_ptr<QSignalSpy>> spies;
+        QStringList names;
+        const QMetaObject *meta = manager.metaObject();
+        for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+            const QMetaMethod method = meta->method(i);
+            if (method.methodType() == QMetaMethod::Signal && method.parameterCount() == 1
+                && method.parameterTypes().first() == "KvWSMessagePtr") {
+                spies.emplace_back(new QSignalSpy(&manager, QByteArray("2" + method.methodSignature()).constData()));
+                names << QString::fromLatin1(method.name());
+            }
+        }
+        QCOMPARE(int(spies.size()), 12);
+
+        const KvWSMessagePtr message = KvWSMessage::create(content, false);
+        filter.callHandler(message);
+        for (size_t i = 0; i < spies.size(); ++i) {
+            const bool expected = names.at(int(i)) == QString::fromLatin1(signal);
+            QCOMPARE(spies[i]->count(), expected ? 1 : 0);
+            if (expected)
+                QCOMPARE(spies[i]->first().first().value<KvWSMessagePtr>(), message);
+        }
+    }
+
+    void notInTable_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::newRow("unknown") << "ZZZ";
+        QTest::newRow("lower case") << "bba";
+        QTest::newRow("acknowledgement") << "SSS";
+        QTest::newRow("catch-up request") << "QQQ";
+        QTest::newRow("auto response") << "RRR";
+        QTest::newRow("empty") << "";
+        QTest::newRow("padded") << " BBC";
+    }
+
+    void notInTable()
+    {
+        QFETCH(QString, type);
+        KvWSCommunicationManager manager;
+        KvWSSignalsFilterForMgr filter(&manager);
+        QVERIFY(!KvWSMessageContentFactory::createMessageContent(type, json(R"({"content":"x"})"), &filter));
+        QCOMPARE(filter.dispatchKind, -1);
+        QVERIFY(!filter.handler);
+    }
+
+    void withoutFilterStillParses()
+    {
+        const auto content = KvWSMessageContentFactory::createMessageContent(
+            QStringLiteral("BBA"), json(R"({"id":"f1","title":"a.txt","size":3})"), nullptr);
+        const auto file = content.dynamicCast<KvMsgContentChatFile>();
+        QVERIFY(file);
+        QCOMPARE(file->id(), QStringLiteral("f1"));
+        QCOMPARE(file->size(), qint64(3));
+    }
+
+    void filterIgnoresNullHandler()
+    {
+        KvWSCommunicationManager manager;
+        KvWSSignalsFilterForMgr filter(&manager);
+        filter.setHandler(&KvWSCommunicationManager::onNoticeReceived);
+        filter.setHandler(nullptr);
+        QSignalSpy spy(&manager, &KvWSCommunicationManager::onNoticeReceived);
+        filter.callHandler(KvWSMessagePtr());
+        QCOMPARE(spy.count(), 1);
+    }
+
+    void chatKeepsReceivedValue_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QByteArray>("data");
+        QTest::newRow("text") << "BBC" << QByteArray(R"({"content":"hi","font":{"bold":true}})");
+        QTest::newRow("file") << "BBA" << QByteArray(R"({"id":"1","title":"t","src":"s","md5":"m","size":1,"x":[1]})");
+        QTest::newRow("picture") << "BBB" << QByteArray(R"({"id":"1","width":640})");
+        QTest::newRow("not an object") << "BBC" << QByteArray(R"(["odd"])");
+    }
+
+    void chatKeepsReceivedValue()
+    {
+        QFETCH(QString, type);
+        QFETCH(QByteArray, data);
+        const QJsonValue value = json(data.constData());
+        const auto content = KvWSMessageContentFactory::createMessageContent(type, value, nullptr);
+        QVERIFY(content);
+        QCOMPARE(content->toJsonValue(), value);
+    }
+
+    void chatFields()
+    {
+        const auto text = KvWSMessageContentFactory::createMessageContent(QStringLiteral("BBC"),
+                                                                          json(R"({"content":"hi"})"), nullptr);
+        QCOMPARE(text.staticCast<KvMsgContentChatText>()->text(), QStringLiteral("hi"));
+
+        const auto file = KvWSMessageContentFactory::createMessageContent(
+            QStringLiteral("BBB"),
+            json(R"({"id":"i","title":"p.png","src":"h/p","md5":"ab","size":5000000000})"), nullptr);
+        const auto pic = file.dynamicCast<KvMsgContentChatFile>();
+        QVERIFY(pic);
+        QCOMPARE(pic->title(), QStringLiteral("p.png"));
+        QCOMPARE(pic->src(), QStringLiteral("h/p"));
+        QCOMPARE(pic->md5(), QStringLiteral("ab"));
+        QCOMPARE(pic->size(), Q_INT64_C(5000000000));
+    }
+
+    void chatConstructorsBuildTheirJson()
+    {
+        QCOMPARE(KvMsgContentChatText(QStringLiteral("hi")).toJsonValue(), json(R"({"content":"hi"})"));
+        QCOMPARE(KvMsgContentChatText().toJsonValue(), QJsonValue());
+        const KvMsgContentChatPic pic(QStringLiteral("i"), QStringLiteral("t"), 5000000000, QStringLiteral("s"),
+                                      QStringLiteral("m"));
+        QCOMPARE(pic.type(), QStringLiteral("BBB"));
+        QCOMPARE(pic.toJsonValue(),
+                 json(R"({"id":"i","title":"t","src":"s","md5":"m","size":5000000000})"));
+    }
+
+    void maplayerVersion_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<QString>("version");
+        QTest::newRow("milliseconds") << QByteArray(R"({"update_time":1600000000000})") << "1600000000000";
+        QTest::newRow("fraction dropped") << QByteArray(R"({"update_time":12.75})") << "12";
+        QTest::newRow("exponent form") << QByteArray(R"({"update_time":1.5e12})") << "1500000000000";
+        QTest::newRow("missing") << QByteArray(R"({})") << "0";
+        QTest::newRow("string is not read") << QByteArray(R"({"update_time":"77"})") << "0";
+        QTest::newRow("negative") << QByteArray(R"({"update_time":-5})") << "0";
+    }
+
+    void maplayerVersion()
+    {
+        QFETCH(QByteArray, data);
+        QFETCH(QString, version);
+        KvMsgContentMaplayer maplayer(QStringLiteral("ZZI"));
+        maplayer.parseJsonValue(json(data.constData()));
+        QCOMPARE(maplayer.version(), version);
+    }
+
+    void maplayerIdsReplacedAndVersionNotWritten()
+    {
+        KvMsgContentMaplayer maplayer(QStringLiteral("ZZH"));
+        const QJsonValue value = json(R"({"layer_id":["a","",3],"update_time":10})");
+        maplayer.parseJsonValue(value);
+        maplayer.parseJsonValue(value);
+        QCOMPARE(maplayer.maplayerIds(), (QStringList{"a", "", ""}));
+        QCOMPARE(maplayer.toJsonValue(), json(R"({"layer_id":["a","",""]})"));
+    }
+
+    void deviceListIsAppended()
+    {
+        KvMsgDeviceLightUp devices;
+        devices.parseJsonValue(json(R"({"list":["d1",""],"current":"d1"})"));
+        devices.parseJsonValue(json(R"({"list":["d2"],"current":"d2"})"));
+        QCOMPARE(devices.devices(), (QStringList{"d1", "", "d2"}));
+        QCOMPARE(devices.currentDevide(), QStringLiteral("d2"));
+        QCOMPARE(devices.toJsonValue(), json(R"({"list":["d1","","d2"],"current":"d2"})"));
+    }
+
+    void userInfoRoundTrip()
+    {
+        const KvMsgContentUserInfo sent(QStringLiteral("ZZA"), QStringLiteral("u"));
+        QCOMPARE(sent.toJsonValue(), json(R"({"fromUser":{"username":"u"}})"));
+        KvMsgContentUserInfo received(QStringLiteral("ZZA"));
+        received.parseJsonValue(sent.toJsonValue());
+        QCOMPARE(received.user(), QStringLiteral("u"));
+    }
+
+    void clientOfflineInfoRoundTrip()
+    {
+        const QJsonValue value = json(R"({"uuid":"u1","client_id":"c1","token":"t1"})");
+        KvMsgContentClientOfflineInfo info;
+        info.parseJsonValue(value);
+        QCOMPARE(info.uuid(), QStringLiteral("u1"));
+        QCOMPARE(info.clientid(), QStringLiteral("c1"));
+        QCOMPARE(info.token(), QStringLiteral("t1"));
+        QCOMPARE(info.toJsonValue(), value);
+        QCOMPARE(KvMsgContentClientOfflineInfo(QStringLiteral("u"), QStringLiteral("t")).clientid(), QString());
+    }
+
+    void newCustomerService()
+    {
+        const QJsonValue value = json(R"({"customer_service":{"username":"10000@a","nickname":"Ann"},"x":1})");
+        KvMsgNewCustomerService agent(QStringLiteral("BBK"));
+        agent.parseJsonValue(value);
+        QCOMPARE(agent.userName(), QStringLiteral("10000@a"));
+        QCOMPARE(agent.nikeName(), QStringLiteral("Ann"));
+        QCOMPARE(agent.toJsonValue(), value);
+        // The two-argument constructor stores the value without reading it.
+        QCOMPARE(KvMsgNewCustomerService(QStringLiteral("BBK"), value).userName(), QString());
+    }
+
+    void noticeAndTipKeepTheirValue()
+    {
+        const QJsonValue value = json(R"({"url":"n.html","notice":{"id":7}})");
+        QCOMPARE(KvWSMessageContentFactory::createMessageContent(QStringLiteral("ZZO"), value, nullptr)->toJsonValue(),
+                 value);
+        QCOMPARE(KvWSMessageContentFactory::createMessageContent(QStringLiteral("BBJ"), value, nullptr)->toJsonValue(),
+                 value);
+    }
+
+    void autoResponse()
+    {
+        KvMsgContentAutoResponse response(QStringList{"m1", "m2"});
+        QCOMPARE(response.type(), QStringLiteral("RRR"));
+        QCOMPARE(response.toJsonValue(), json(R"(["m1","m2"])"));
+        response.parseJsonValue(json(R"({"ids":["x"]})"));
+        QCOMPARE(response.ids(), (QStringList{"m1", "m2"}));
+        response.parseJsonValue(json(R"(["a","",5,"b"])"));
+        QCOMPARE(response.ids(), (QStringList{"a", "b"}));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestWSMessageContentFactory)
+
+#include "tst_wsmessagecontentfactory.moc"
