@@ -48,7 +48,7 @@ async def test_sign_in_paths_issue_a_working_token(client, path):
 
 async def test_agent_sign_in_is_marked_customer_service(client):
     reply = await client.call("POST", "pro/login/login",
-                              {"username": "10000@agent1", "password": "agent123"})
+                              {"username": "10000@agent1", "password": "kv123456"})
     assert reply["data"]["customer_service"] is True
 
 
