@@ -39,15 +39,18 @@ class Client:
             return self.cipher.decode_json(await resp.read())
 
     async def multipart(self, path, parts, token, base=None):
-        """parts: (name, bytes-or-text, filename or None), sent in this order."""
-        form = aiohttp.FormData()
+        """parts: (name, bytes-or-text, filename or None), sent in this order with
+        the Content-Disposition texts the module writes."""
+        writer = aiohttp.MultipartWriter("form-data")
         for name, value, filename in parts:
             if filename is None:
-                form.add_field(name, str(value))
+                part = writer.append(str(value).encode(), {"Content-Type": "text/plain"})
+                part.headers["Content-Disposition"] = 'form-data;  name="%s"' % name
             else:
-                form.add_field(name, value, filename=filename,
-                               content_type="application/octet-stream")
-        async with self.session.post((base or self.file_base) + path, data=form,
+                part = writer.append(value, {"Content-Type": "application/octet-stream"})
+                part.headers["Content-Disposition"] = \
+                    'form-data; name="%s"; filename="%s"' % (name, filename)
+        async with self.session.post((base or self.file_base) + path, data=writer,
                                      headers={"auth": token, "platform": "PC-PRO"}) as resp:
             body = await resp.read()
             return resp.status, self.cipher.decode_json(body)
