@@ -199,8 +199,9 @@ async def read_multipart(request, keep_bytes=("file", "face")):
 def make_error_middleware(ctx, service):
     @web.middleware
     async def middleware(request, handler):
-        if not request.path.startswith("/admin/") and request.path != "/admin":
-            request["log_entry"] = ctx.log_request(service, request)
+        if request.path.startswith("/admin"):
+            return await handler(request)      # the admin API answers in plain JSON
+        request["log_entry"] = ctx.log_request(service, request)
         try:
             return await handler(request)
         except ApiError as e:

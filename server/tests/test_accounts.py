@@ -223,3 +223,12 @@ async def test_request_log_keeps_the_deciphered_body(client):
     assert entry["body"] == {"username": "lina", "password": "x"}
     assert ["platform", "PC-PRO"] in entry["headers"]
     assert json.dumps(entry)  # plain JSON throughout
+
+
+@pytest.mark.parametrize("payload,status", [
+    ("nonsense", 400), ('{"username": "lina"}', 409), ('{"password": "x"}', 400),
+])
+async def test_admin_errors_are_plain_json(client, payload, status):
+    async with client.session.post(client.info["admin_url"] + "accounts", data=payload) as r:
+        assert r.status == status
+        assert "error" in await r.json()
