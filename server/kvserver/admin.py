@@ -11,7 +11,7 @@ import time
 from aiohttp import web
 
 from .files import FileService
-from .messaging import frame_of
+from .messaging import SERVICE_USER, SYSTEM_USER, frame_of
 
 
 def _json(data, status=200):
@@ -175,8 +175,11 @@ class AdminApi:
                 await conn.ws.send_str(obj["raw"] if isinstance(obj["raw"], str)
                                        else json.dumps(obj["raw"], ensure_ascii=False))
             return _json({"sent": len(conns)})
-        row = await self.hub.post(self.need(obj, "type"), to_user, obj.get("data", {}),
-                                  from_user=obj.get("from", "kavora"),
+        mtype = self.need(obj, "type")
+        # Customer-service tips belong to the "10000" conversation, the rest to the system one.
+        default_from = SERVICE_USER if mtype in ("BBI", "BBJ", "BBK") else SYSTEM_USER
+        row = await self.hub.post(mtype, to_user, obj.get("data", {}),
+                                  from_user=obj.get("from", default_from),
                                   platform=obj.get("platform", "server"),
                                   group=bool(obj.get("group", False)), to=obj.get("to_list"))
         return _json({"message": frame_of(row), "sent": len(self.hub.connections(to_user))})

@@ -120,3 +120,19 @@ async def test_request_log_keeps_part_headers_in_order(client, token):
     disposition = dict(entry["parts"][0]["headers"])["Content-Disposition"]
     assert 'name="file"' in disposition and "filename" in disposition
     assert entry["parts"][4]["text"] == md5
+
+
+async def test_multipart_as_the_module_writes_it(client, token):
+    """Quoted boundary, parts without Content-Type, two blanks after the semicolon."""
+    boundary = "boundary_.oOo._MjQ1NTU=MTA2NDU="
+    body = b""
+    for name, value in (("md5", b"0" * 32), ("block", b"5242880")):
+        body += (b"--" + boundary.encode() + b"\r\nContent-Disposition: form-data;  name=\""
+                 + name.encode() + b"\"\r\n\r\n" + value + b"\r\n")
+    body += b"--" + boundary.encode() + b"--\r\n"
+    headers = {"auth": token, "platform": "PC-PRO",
+               "Content-Type": 'multipart/form-data; boundary="%s"' % boundary}
+    async with client.session.post(client.file_base + "message/file/fsfa", data=body,
+                                   headers=headers) as resp:
+        reply = client.cipher.decode_json(await resp.read())
+    assert (reply["code"], reply["data"]) == (200, {})
