@@ -205,3 +205,16 @@ async def test_pings_are_answered(client):
     # The pong is consumed by the client; the link stays usable.
     assert await sock.silent(0.1)
     await sock.chat(["lina"], "self", "self")
+
+
+@pytest.mark.parametrize("text", [
+    "not json", "7", "[1, \"x\", null]", "{}", '{"type": "BBC"}',
+    '{"type": "BBC", "to": "lina", "data": {}}', '{"type": "BBC", "to": [5, ""], "sid": 3}',
+    '{"type": "RRR", "data": ["x", null, {}]}', '{"type": "QQQ", "data": {"message_id": "abc"}}',
+    '{"type": "QQQ", "data": 5}', '{"type": "ZZZ"}',
+])
+async def test_malformed_frames_are_ignored(client, text):
+    sock = await client.user("zhangwei")
+    await sock.ws.send_str(text)
+    await sock.ws.send_bytes(b"\x00\x01")
+    await sock.chat(["lina"], "still fine", "ok")
