@@ -74,12 +74,12 @@ class Context:
         for ent in seed.get("enterprises", []):
             self.create_enterprise(ent, seed_dir=seed_dir)
 
-    def _face_key(self, spec, seed_text, seed_dir=None):
-        """spec: None (generated), a colour "#rrggbb", or a PNG file path."""
-        if spec and isinstance(spec, str) and not spec.startswith("#"):
-            with open(os.path.join(seed_dir or ".", spec), "rb") as f:
+    def _face_key(self, face, seed_text, seed_dir=None):
+        """face: None (generated), a colour "#rrggbb", or a PNG file path."""
+        if face and isinstance(face, str) and not face.startswith("#"):
+            with open(os.path.join(seed_dir or ".", face), "rb") as f:
                 return self.store.put_face(f.read())
-        return self.store.put_face(face_png(seed_text, spec or None))
+        return self.store.put_face(face_png(seed_text, face or None))
 
     def create_account(self, acc, seed_dir=None):
         fields = {k: acc[k] for k in ("password", "phone", "nickname", "sex", "hometown",
