@@ -1,0 +1,6 @@
+#include "accountnames.h"
+
+bool isCustomerServiceAccount(const QString &userName)
+{
+    return userName.startsWith(customerServiceUserName + QLatin1Char('@'));
+}

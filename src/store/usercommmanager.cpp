@@ -1,0 +1,159 @@
+#include "usercommmanager.h"
+
+#include "account/accountnames.h"
+#include "account/usermanager.h"
+#include "platform/databasefactory.h"
+#include "platform/dataadapter.h"
+#include "platform/mc.h"
+#include "platform/mceventdispatcher.h"
+#include "store/friendmessagemanager.h"
+#include "store/windowlinks_p.h"
+
+#include <QDir>
+#include <QSettings>
+
+namespace {
+
+bool g_instanceMade = false;
+
+const bool g_registered = [] {
+    Mc::addPostRoutine(0, [] {
+        if (g_instanceMade)
+            KvUserCommManager::instance()->shutdown();
+    });
+    return true;
+}();
+
+QString resolveUserWorkPath()
+{
+    QString path = KvUserManager::openSettings()->value(QStringLiteral("userWorkPath")).toString();
+    if (path.isEmpty()) {
+        QDir home = QDir::home();
+        if (!home.cd(QStringLiteral(".KavoraPro"))) {
+            home.mkdir(QStringLiteral(".KavoraPro"));
+            home.cd(QStringLiteral(".KavoraPro"));
+        }
+        path = home.absolutePath();
+    }
+    return path;
+}
+
+} // namespace
+
+KvUserCommManager *KvUserCommManager::instance()
+{
+    static KvUserCommManager manager;
+    return &manager;
+}
+
+KvUserCommManager::KvUserCommManager()
+{
+    g_instanceMade = true;
+    m_friendMessageManager = new KvFriendMessageManager(this, this);
+    connect(KvUserManager::instance(), &KvUserManager::signalUserLoginStateChanged, this,
+            &KvUserCommManager::slotLoginStateChanged);
+    Mc::eventDispatcher()->connectToEventImpl(
+        QStringLiteral("user.openCustomerServiceChat"), this,
+        McSlotObjectWrapper(&KvUserCommManager::openCustomerServiceChat));
+}
+
+KvUserCommManager::~KvUserCommManager()
+{
+    clearMgrThread();
+    closeDb(dataAdapter);
+    dataAdapter = nullptr;
+}
+
+QString KvUserCommManager::userWorkPath()
+{
+    static const QString path = resolveUserWorkPath();
+    return path;
+}
+
+KvDataAdapter *KvUserCommManager::initDb(quint64 id)
+{
+    KvUserManager *users = KvUserManager::instance();
+    if (!users->isLogin())
+        return nullptr;
+    const QString userName = users->getUserLoginInfo().username;
+
+    QDir dir(userWorkPath());
+    if (!dir.exists())
+        dir.mkpath(dir.absolutePath());
+    const QString relative = QStringLiteral("UserInfo/%1").arg(userName);
+    for (const QString &component : relative.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
+        if (!dir.cd(component)) {
+            dir.mkdir(component);
+            dir.cd(component);
+        }
+    }
+    const QString file = dir.filePath(QStringLiteral("%1.db").arg(userName));
+    const QString connection = QStringLiteral("friend_connect_%1_%2").arg(userName).arg(id);
+
+    KvDataAdapter *adapter = KvDataBaseFactory::createSqliteAdapter(connection, file);
+    adapter->open();
+    if (!adapter->isOpen()) {
+        adapter->close();
+        delete adapter;
+        return nullptr;
+    }
+    return adapter;
+}
+
+void KvUserCommManager::closeDb(KvDataAdapter *adapter)
+{
+    if (!adapter)
+        return;
+    adapter->close();
+    delete adapter;
+}
+
+void KvUserCommManager::init()
+{
+    dataAdapter = initDb(quint64(quintptr(this)));
+}
+
+void KvUserCommManager::clear()
+{
+    closeDb(dataAdapter);
+    dataAdapter = nullptr;
+}
+
+void KvUserCommManager::shutdown()
+{
+    clearMgrThread();
+    // The database layer is gone by the time static objects are destroyed,
+    // so the connections of this thread close now.
+    clear();
+    emit signalDatebasebChanged(QString());
+}
+
+void KvUserCommManager::clearMgrThread()
+{
+    for (QThread *thread : {&m_friendMessageManager->workThread}) {
+        thread->quit();
+        thread->wait(QDeadlineTimer(QDeadlineTimer::Forever));
+    }
+}
+
+void KvUserCommManager::openCustomerServiceChat()
+{
+    KvWindowLinks::createChat(customerServiceUserName, KvWindowLinks::mainWidget(), false);
+}
+
+void KvUserCommManager::slotLoginStateChanged(bool state)
+{
+    if (!state) {
+        closeDb(dataAdapter);
+        dataAdapter = nullptr;
+        emit signalDatebasebChanged(QString());
+        KvWindowLinks::closeChat();
+    } else if (!dataAdapter) {
+        dataAdapter = initDb(quint64(quintptr(this)));
+        if (dataAdapter)
+            emit signalDatebasebChanged(dataAdapter->databaseName());
+        KvUserManager::instance()->requestFriends();
+        KvUserManager::instance()->requestEnterprises();
+    }
+    emit signalCommLoginStateChanged(state);
+}

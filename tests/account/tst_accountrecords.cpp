@@ -1,0 +1,123 @@
+#include "account/loginuser.h"
+#include "account/requesthelper.h"
+#include "account/userinfobase.h"
+#include "platform/syshelper.h"
+
+#include <QImage>
+#include <QJsonObject>
+#include <QNetworkRequest>
+#include <QtTest>
+
+class TestAccountRecords : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void snapshotRoundTrip();
+    void snapshotOfBadBytesClearsTheRecord_data();
+    void snapshotOfBadBytesClearsTheRecord();
+    void clearKeepsCustomerService();
+    void profilesComparePixmapsByIdentity();
+    void requestStamps();
+};
+
+static KvLoginUser sampleUser()
+{
+    KvLoginUser user;
+    user.token = "tok";
+    user.username = "zhangsan";
+    user.mailPassword = "mp";
+    user.phone = "13800000001";
+    user.nickname = QStringLiteral("张三");
+    user.password = "secret";
+    user.unionid = "u1";
+    user.serialExtra = "old extra";
+    user.sessionId = "s1";
+    user.deviceFlags = KvLoginUser::DevicePcPro | KvLoginUser::DevicePhone;
+    user.used = 7;
+    user.auth.fromJson(QJsonObject{{"level", "pro"}});
+    user.customerService = true;
+    return user;
+}
+
+void TestAccountRecords::snapshotRoundTrip()
+{
+    const KvLoginUser user = sampleUser();
+    const QByteArray snapshot = user.serialize(QStringLiteral("host extra"));
+    QVERIFY(!snapshot.contains("zhangsan")); // enciphered
+    KvLoginUser back;
+    back.used = 99;
+    QVERIFY(back.deserialize(snapshot));
+    QCOMPARE(back.token, user.token);
+    QCOMPARE(back.username, user.username);
+    QCOMPARE(back.mailPassword, user.mailPassword);
+    QCOMPARE(back.phone, user.phone);
+    QCOMPARE(back.nickname, user.nickname);
+    QCOMPARE(back.password, user.password);
+    QCOMPARE(back.unionid, user.unionid);
+    QCOMPARE(back.serialExtra, QStringLiteral("host extra"));
+    QCOMPARE(back.sessionId, user.sessionId);
+    QCOMPARE(back.deviceFlags, user.deviceFlags);
+    QCOMPARE(back.used, 0);
+    QCOMPARE(back.auth.toJson(), user.auth.toJson());
+    QCOMPARE(back.customerService, true);
+}
+
+void TestAccountRecords::snapshotOfBadBytesClearsTheRecord_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("not compressed") << QByteArray("plain bytes that are no snapshot");
+    QTest::newRow("compressed nothing") << qCompress(QByteArray());
+}
+
+void TestAccountRecords::snapshotOfBadBytesClearsTheRecord()
+{
+    QFETCH(QByteArray, bytes);
+    KvLoginUser user = sampleUser();
+    QVERIFY(!user.deserialize(bytes));
+    QVERIFY(user.token.isEmpty());
+    QVERIFY(user.username.isEmpty());
+    QVERIFY(user.serialExtra.isEmpty());
+    QCOMPARE(user.deviceFlags, 0);
+    QVERIFY(user.auth.isEmpty());
+}
+
+void TestAccountRecords::clearKeepsCustomerService()
+{
+    KvLoginUser user = sampleUser();
+    user.clear();
+    QVERIFY(user.token.isEmpty() && user.sessionId.isEmpty() && user.password.isEmpty());
+    QCOMPARE(user.used, 0);
+    QVERIFY(user.customerService);
+}
+
+void TestAccountRecords::profilesComparePixmapsByIdentity()
+{
+    QImage image(4, 4, QImage::Format_ARGB32);
+    image.fill(Qt::red);
+    KvUserInfoBase a;
+    a.userName = "a";
+    a.sex = 1;
+    a.headPortrait = QPixmap::fromImage(image);
+    KvUserInfoBase b = a;
+    QVERIFY(a == b);
+    b.headPortrait = QPixmap::fromImage(image); // same picture, loaded again
+    QVERIFY(a != b);
+    b = a;
+    b.location = "elsewhere";
+    QVERIFY(a != b);
+}
+
+void TestAccountRecords::requestStamps()
+{
+    QJsonObject body{{"username", "u"}};
+    KvRequestHelper::addPlatformAndClientToJson(body);
+    QCOMPARE(body.value("platform").toString(), QStringLiteral("PC-PRO"));
+    QCOMPARE(body.value("client_id").toString(), KvSysHelper::kvClientUniqueId());
+    QNetworkRequest request;
+    KvRequestHelper::addPlatformToHeader(request);
+    QCOMPARE(request.rawHeader("platform"), QByteArray("PC-PRO"));
+}
+
+QTEST_MAIN(TestAccountRecords)
+#include "tst_accountrecords.moc"

@@ -1,0 +1,376 @@
+#include "account/usermanager.h"
+#include "fakehttpserver.h"
+#include "messaging/wscommunicationmanager.h"
+#include "platform/browserdialog.h"
+#include "referenceserver.h"
+#include "store/friendmessagemanager.h"
+#include "store/usercommmanager.h"
+
+#include <QApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+const QString password = QStringLiteral("pw");
+
+QJsonObject createAccount(const QString &prefix)
+{
+    static int serial = 0;
+    const QString name = prefix + QString::number(QDateTime::currentMSecsSinceEpoch() % 100000000 + ++serial);
+    ReferenceServer::adminPost("accounts", {{"username", name}, {"password", password}, {"nickname", prefix}});
+    return {{"username", name}};
+}
+
+QStringList storeConnections()
+{
+    return QSqlDatabase::connectionNames().filter(QStringLiteral("friend_connect_"));
+}
+
+class ShowCatcher : public QObject
+{
+public:
+    explicit ShowCatcher(std::function<void(KvBrowserDialog *)> onShow) : m_onShow(std::move(onShow)) {}
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        auto *dialog = qobject_cast<KvBrowserDialog *>(watched);
+        if (dialog && event->type() == QEvent::Show) {
+            m_onShow(dialog);
+            return true;
+        }
+        return false;
+    }
+
+private:
+    std::function<void(KvBrowserDialog *)> m_onShow;
+};
+
+} // namespace
+
+class TestMessageStore : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void signInOpensTheUsersFile();
+    void repeatedLoginReopensNothing();
+    void tablesUseTheExactStatements();
+    void ingest_data();
+    void ingest();
+    void ownMessagesFromOtherDevices();
+    void groupMessageOncePerAddressee();
+    void friendRequestGoesToTheSystemConversation();
+    void receivedFiles();
+    void reads();
+    void catchUpStoresEachMessageOnce();
+    void popUpNotice();
+    void logoutClosesAndSwitchReopens();
+
+private:
+    QJsonObject push(const QString &type, const QJsonObject &data, const QString &from,
+                     const QJsonArray &to = {}, bool group = false, const QString &platform = "phone");
+    QList<QVariantMap> rows(const QString &table);
+    QString mark();
+
+    QTemporaryDir m_dir;
+    QString m_me;
+    QString m_friend;
+    QString m_other;
+    QString m_dbFile;
+    KvFriendMessageManager *m_messages = nullptr;
+};
+
+void TestMessageStore::initTestCase()
+{
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath("settings"));
+    KvUserManager::openSettings()->setValue("userWorkPath", m_dir.filePath("work/not/yet"));
+    QVERIFY(ReferenceServer::useFixture());
+    m_me = createAccount("store").value("username").toString();
+    m_friend = createAccount("peer").value("username").toString();
+    m_other = createAccount("other").value("username").toString();
+    ReferenceServer::adminPost("friends", {{"a", m_me}, {"b", m_friend}});
+    m_messages = KvUserCommManager::instance()->friendMessageManager();
+    m_dbFile = m_dir.filePath(QStringLiteral("work/not/yet/UserInfo/%1/%1.db").arg(m_me));
+}
+
+void TestMessageStore::cleanupTestCase()
+{
+    QSqlDatabase::removeDatabase("reader");
+}
+
+QJsonObject TestMessageStore::push(const QString &type, const QJsonObject &data, const QString &from,
+                                   const QJsonArray &to, bool group, const QString &platform)
+{
+    QJsonObject body{{"to", m_me}, {"type", type}, {"data", data}, {"from", from}, {"group", group},
+                     {"platform", platform}};
+    if (!to.isEmpty())
+        body.insert("to_list", to);
+    return ReferenceServer::adminPost("push", body).toObject().value("message").toObject();
+}
+
+QList<QVariantMap> TestMessageStore::rows(const QString &table)
+{
+    QSqlDatabase db = QSqlDatabase::contains("reader") ? QSqlDatabase::database("reader")
+                                                       : QSqlDatabase::addDatabase("QSQLITE", "reader");
+    db.setDatabaseName(m_dbFile);
+    db.open();
+    QSqlQuery query(db);
+    QList<QVariantMap> result;
+    if (!query.exec(QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(table)))
+        return result;
+    while (query.next()) {
+        QVariantMap row;
+        for (int i = 0; i < query.record().count(); ++i)
+            row.insert(query.record().fieldName(i), query.value(i));
+        result.append(row);
+    }
+    return result;
+}
+
+QString TestMessageStore::mark()
+{
+    const auto entries = rows("MateTable");
+    return entries.isEmpty() ? QString() : entries.first().value("Value").toString();
+}
+
+void TestMessageStore::signInOpensTheUsersFile()
+{
+    QSignalSpy databases(KvUserCommManager::instance(), &KvUserCommManager::signalDatebasebChanged);
+    QVERIFY(KvUserManager::instance()->requestLoginByPassword(m_me, password));
+    QCOMPARE(databases.count(), 1);
+    QCOMPARE(databases.first().at(0).toString(), m_dbFile);
+    QVERIFY(QFile::exists(m_dbFile));
+    // The manager's own guard, the message manager and its worker.
+    QTRY_COMPARE(storeConnections().size(), 3);
+    for (const QString &name : storeConnections())
+        QVERIFY(name.startsWith(QStringLiteral("friend_connect_%1_").arg(m_me)));
+    QTRY_VERIFY(!rows("MateTable").isEmpty() || ReferenceServer::adminGet("connections").toObject().value("connections").toArray().size() > 0);
+}
+
+void TestMessageStore::repeatedLoginReopensNothing()
+{
+    QSignalSpy databases(KvUserCommManager::instance(), &KvUserCommManager::signalDatebasebChanged);
+    QSignalSpy states(KvUserCommManager::instance(), &KvUserCommManager::signalCommLoginStateChanged);
+    emit KvUserManager::instance()->signalUserLoginStateChanged(true);
+    QCOMPARE(databases.count(), 0);
+    QCOMPARE(states.count(), 1);
+    QCOMPARE(storeConnections().size(), 3);
+}
+
+void TestMessageStore::tablesUseTheExactStatements()
+{
+    push("BBC", {{"text", "first"}}, m_friend, {m_me});
+    QTRY_COMPARE(rows("FriendMessageTable_" + m_friend).size(), 1);
+    QSqlQuery query(QSqlDatabase::database("reader"));
+    QVERIFY(query.exec("SELECT name, sql FROM sqlite_master WHERE type='table'"));
+    QMap<QString, QString> sql;
+    while (query.next())
+        sql.insert(query.value(0).toString(), query.value(1).toString());
+    QCOMPARE(sql.value("FriendMessageTable_" + m_friend),
+             QStringLiteral("CREATE TABLE FriendMessageTable_%1 (MessageServerId TEXT ,MessageLocalId TEXT UNIQUE,FromUserId TEXT ,ToUserId TEXT ,Type TEXT,Content TEXT,Time INTEGER,IsSend INTEGER,Status INTEGER)").arg(m_friend));
+    QCOMPARE(sql.value("MateTable"), QStringLiteral("CREATE TABLE MateTable (Key TEXT UNIQUE,Value TEXT)"));
+}
+
+void TestMessageStore::ingest_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QJsonObject>("data");
+    QTest::addColumn<QString>("from");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<bool>("contentKept");
+    QTest::newRow("text") << "BBC" << QJsonObject{{"text", QStringLiteral("你好")}, {"extra", 1}} << "friend" << 0 << true;
+    QTest::newRow("notice") << "ZZN" << QJsonObject{{"title", "t"}, {"url", "http://x/"}} << "kavora" << 1 << true;
+    QTest::newRow("membership change") << "ZZG" << QJsonObject{{"member", 1}} << "kavora" << 1 << false;
+    QTest::newRow("layer added") << "ZZH" << QJsonObject{{"version", 3}} << "kavora" << 1 << false;
+    QTest::newRow("agent joined") << "BBK" << QJsonObject{{"customer_service", QJsonObject{{"username", "10000@a"}}}} << "friend" << 0 << true;
+}
+
+void TestMessageStore::ingest()
+{
+    QFETCH(QString, type);
+    QFETCH(QJsonObject, data);
+    QFETCH(QString, from);
+    QFETCH(int, status);
+    QFETCH(bool, contentKept);
+    const QString sender = from == "friend" ? m_friend : from;
+    const QString table = "FriendMessageTable_" + sender;
+    const int before = rows(table).size();
+    QSignalSpy fresh(m_messages, &KvFriendMessageManager::signalNewMessage);
+    const QJsonObject frame = push(type, data, sender, {m_me});
+    QTRY_COMPARE(rows(table).size(), before + 1);
+    const QVariantMap row = rows(table).last();
+    QCOMPARE(row.value("Type").toString(), type);
+    QCOMPARE(row.value("Status").toInt(), status);
+    QCOMPARE(row.value("FromUserId").toString(), sender);
+    QCOMPARE(row.value("ToUserId").toString(), m_me);
+    QCOMPARE(row.value("IsSend").toInt(), 0);
+    QCOMPARE(row.value("MessageServerId").toString(), frame.value("message_id").toVariant().toString());
+    QCOMPARE(row.value("Time").toLongLong(), frame.value("create_time").toVariant().toLongLong() * 1000);
+    if (contentKept)
+        QCOMPARE(QJsonDocument::fromJson(row.value("Content").toByteArray()).object(), data);
+    else
+        QVERIFY(row.value("Content").toString().isEmpty());
+    QTRY_COMPARE(mark(), row.value("MessageServerId").toString());
+    const QString localId = row.value("MessageLocalId").toString();
+    QTRY_VERIFY(std::any_of(fresh.cbegin(), fresh.cend(), [&](const QList<QVariant> &args) {
+        return args.at(0).value<KvFriendMessageData>().messageLocalId == localId;
+    }));
+}
+
+void TestMessageStore::ownMessagesFromOtherDevices()
+{
+    const QString table = "FriendMessageTable_" + m_friend;
+    push("BBC", {{"text", "typed on my phone"}}, m_me, {m_friend});
+    QTRY_VERIFY(!rows(table).isEmpty() && rows(table).last().value("Content").toString().contains("my phone"));
+    QCOMPARE(rows(table).last().value("IsSend").toInt(), 1);
+
+    const QString self = "FriendMessageTable_" + m_me;
+    push("BBC", {{"text", "note from phone"}}, m_me, {m_me}, false, "phone");
+    QTRY_COMPARE(rows(self).size(), 1);
+    QCOMPARE(rows(self).last().value("IsSend").toInt(), 0);
+    push("BBC", {{"text", "note from pc"}}, m_me, {m_me}, false, "pc-pro");
+    QTRY_COMPARE(rows(self).size(), 2);
+    QCOMPARE(rows(self).last().value("IsSend").toInt(), 1);
+}
+
+void TestMessageStore::groupMessageOncePerAddressee()
+{
+    push("BBC", {{"text", "team"}}, m_friend, {"900001", "900002"}, true);
+    QTRY_COMPARE(rows("GroupMessageTable_900002").size(), 1);
+    QCOMPARE(rows("GroupMessageTable_900001").size(), 1);
+    QCOMPARE(rows("GroupMessageTable_900001").first().value("ToUserId").toString(), QStringLiteral("900001"));
+}
+
+void TestMessageStore::friendRequestGoesToTheSystemConversation()
+{
+    const int before = rows("FriendMessageTable_kavora").size();
+    push("ZZA", {{"fromUser", QJsonObject{{"username", m_other}}}}, m_other, {m_me});
+    QTRY_COMPARE(rows("FriendMessageTable_kavora").size(), before + 1);
+    const QVariantMap row = rows("FriendMessageTable_kavora").last();
+    QCOMPARE(row.value("Type").toString(), QStringLiteral("ZZA"));
+    QCOMPARE(row.value("FromUserId").toString(), m_other);
+    QCOMPARE(row.value("Status").toInt(), 0);
+}
+
+void TestMessageStore::receivedFiles()
+{
+    FakeHttpServer files;
+    QVERIFY(files.listen());
+    files.setResponse(200, "file body bytes");
+    QSignalSpy updates(m_messages, &KvFriendMessageManager::signalMessageStateUpdate);
+    const QJsonObject file{{"id", "f1"}, {"title", "report.final.pdf"}, {"src", files.baseUrl() + "f1"},
+                           {"md5", "x"}, {"size", 15}};
+    const QString table = "FriendMessageTable_" + m_friend;
+    const int before = rows(table).size();
+    push("BBA", file, m_friend, {m_me});
+    QTRY_COMPARE(updates.count(), 1);
+    QCOMPARE(rows(table).size(), before + 1);
+    const QString folder = QFileInfo(m_dbFile).absolutePath();
+    QFile saved(folder + "/report.pdf");
+    QVERIFY(saved.open(QIODevice::ReadOnly));
+    QCOMPARE(saved.readAll(), QByteArray("file body bytes"));
+    const auto update = updates.first().at(0).value<KvFriendMessageData>();
+    QCOMPARE(update.status, 9);
+    QCOMPARE(update.fileInfo.filePath, folder + "/report.pdf");
+
+    push("BBA", file, m_friend, {m_me});
+    QTRY_COMPARE(updates.count(), 2);
+    QVERIFY(QFile::exists(folder + "/report(1).pdf"));
+
+    files.setResponse(404, "");
+    const QJsonObject missing{{"id", "f2"}, {"title", "missing.txt"}, {"src", files.baseUrl() + "f2"},
+                              {"md5", "y"}, {"size", 1}};
+    push("BBA", missing, m_friend, {m_me});
+    QTRY_COMPARE(updates.count(), 3);
+    QCOMPARE(updates.last().at(0).value<KvFriendMessageData>().status, 10);
+    QVERIFY(!QFile::exists(folder + "/missing.txt"));
+    QCOMPARE(rows(table).last().value("Status").toInt(), 10);
+}
+
+void TestMessageStore::reads()
+{
+    QList<KvFriendMessageData> list;
+    QVERIFY(m_messages->messages(m_friend, false, list));
+    QVERIFY(list.size() >= 3);
+    for (int i = 1; i < list.size(); ++i)
+        QVERIFY(list.at(i - 1).time >= list.at(i).time);
+    KvFriendMessageData last;
+    QVERIFY(m_messages->lastMessage(m_friend, last));
+    QCOMPARE(last.time, list.first().time);
+    QVERIFY(!m_messages->lastMessage("nobody", last));
+    QVERIFY(!m_messages->messages("nobody", false, list));
+    QVERIFY(m_messages->lastMessages().size() >= 3);
+
+    const QString id = list.last().messageLocalId;
+    QVERIFY(m_messages->updateMessageStatus(m_friend, id, 2));
+    list.clear();
+    QVERIFY(m_messages->messages(m_friend, false, list));
+    QCOMPARE(list.last().status, 2);
+    QVERIFY(!m_messages->updateMessageStatus("nobody", id, 2));
+}
+
+void TestMessageStore::catchUpStoresEachMessageOnce()
+{
+    const QString table = "FriendMessageTable_" + m_friend;
+    QTRY_VERIFY(KvWSCommunicationManager::getDefault()->isConnected());
+    ReferenceServer::adminPost("close", {{"username", m_me}, {"mode", "abort"}});
+    QTRY_VERIFY(!KvWSCommunicationManager::getDefault()->isConnected());
+    const int before = rows(table).size();
+    for (int i = 0; i < 3; ++i)
+        push("BBC", {{"text", QStringLiteral("while away %1").arg(i)}}, m_friend, {m_me});
+    KvWSCommunicationManager::getDefault()->forceStart();
+    QTRY_COMPARE(rows(table).size(), before + 3);
+    QTest::qWait(300);
+    QCOMPARE(rows(table).size(), before + 3);
+    QSet<QString> ids;
+    for (const QVariantMap &row : rows(table))
+        ids.insert(row.value("MessageLocalId").toString());
+    QCOMPARE(ids.size(), rows(table).size());
+}
+
+void TestMessageStore::popUpNotice()
+{
+    // Catch the dialog as it is shown, before its web view exists, and close it.
+    QString seenUrl;
+    QString seenTitle;
+    ShowCatcher catcher([&](KvBrowserDialog *dialog) {
+        seenUrl = dialog->url().toString();
+        seenTitle = dialog->windowTitle();
+        QMetaObject::invokeMethod(dialog, &QDialog::reject, Qt::QueuedConnection);
+    });
+    qApp->installEventFilter(&catcher);
+    push("ZZO", {{"url", "http://notice.example/page"}, {"notice", QJsonObject{{"id", 42}}}}, "kavora", {m_me});
+    QTRY_VERIFY_WITH_TIMEOUT(!seenUrl.isEmpty(), 20000);
+    QCOMPARE(seenUrl, QStringLiteral("http://notice.example/page?token=%1&id=42")
+                          .arg(KvUserManager::instance()->getUserLoginInfo().token));
+    QCOMPARE(seenTitle, QStringLiteral("优惠"));
+}
+
+void TestMessageStore::logoutClosesAndSwitchReopens()
+{
+    QSignalSpy databases(KvUserCommManager::instance(), &KvUserCommManager::signalDatebasebChanged);
+    KvUserManager::instance()->logOut();
+    QCOMPARE(databases.count(), 1);
+    QCOMPARE(databases.first().at(0).toString(), QString());
+    QTRY_COMPARE(storeConnections().size(), 0);
+
+    QVERIFY(KvUserManager::instance()->requestLoginByPassword(m_other, password));
+    QCOMPARE(databases.count(), 2);
+    QVERIFY(databases.last().at(0).toString().endsWith(QStringLiteral("UserInfo/%1/%1.db").arg(m_other)));
+    QTRY_COMPARE(storeConnections().size(), 3);
+}
+
+QTEST_MAIN(TestMessageStore)
+#include "tst_messagestore.moc"
