@@ -13,6 +13,7 @@ run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 foreach(expected
         include/KvMess/kvmess_export.h
         include/KvMess/platform/mc.h
+        include/KvMess/messaging/wsmessage.h
         lib/cmake/KvMess/KvMessConfig.cmake
         lib/pkgconfig/KvMess.pc)
     if(NOT EXISTS ${prefix}/${expected})

@@ -1,3 +1,5 @@
+#include <account/loginuser.h>
+#include <messaging/wsmessage.h>
 #include <platform/encrypter.h>
 #include <platform/mc.h>
 #include <platform/mceventdispatcher.h>
@@ -14,6 +16,13 @@ int main(int argc, char **argv)
                                               McSlotObjectWrapper::fromFunctor<>([&heard] { heard = true; }));
     Mc::eventDispatcher()->submitEvent_helper(QStringLiteral("host.ping"));
     const bool cipherWorks = KvEncrypter::decrypt(KvEncrypter::encrypt("host", false), false) == "host";
-    std::printf("host: event %s, cipher %s\n", heard ? "heard" : "lost", cipherWorks ? "works" : "broken");
-    return heard && cipherWorks ? 0 : 1;
+    KvLoginUser user;
+    user.username = QStringLiteral("host");
+    KvLoginUser back;
+    const bool snapshotWorks = back.deserialize(user.serialize(QString())) && back.username == user.username;
+    const KvWSMessagePtr message = KvWSMessage::create({}, false);
+    const bool messageWorks = message && message->sid().size() == 32;
+    std::printf("host: event %s, cipher %s, snapshot %s, message %s\n", heard ? "heard" : "lost",
+                cipherWorks ? "works" : "broken", snapshotWorks ? "works" : "broken", messageWorks ? "works" : "broken");
+    return heard && cipherWorks && snapshotWorks && messageWorks ? 0 : 1;
 }
