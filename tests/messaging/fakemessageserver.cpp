@@ -2,6 +2,7 @@
 
 #include "platform/selfservermanager.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTest>
 #include <QWebSocket>
