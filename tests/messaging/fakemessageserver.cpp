@@ -90,13 +90,3 @@ QList<QJsonObject> FakeMessageServer::frames() const
         result.append(QJsonDocument::fromJson(text.toUtf8()).object());
     return result;
 }
-
-QJsonObject FakeMessageServer::lastFrameOfType(const QString &type) const
-{
-    const QList<QJsonObject> all = frames();
-    for (auto it = all.crbegin(); it != all.crend(); ++it) {
-        if (it->value(QStringLiteral("type")).toString() == type)
-            return *it;
-    }
-    return {};
-}
