@@ -2,6 +2,7 @@
 
 #include "platform/selfservermanager.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTest>
 #include <QWebSocket>
@@ -88,14 +89,4 @@ QList<QJsonObject> FakeMessageServer::frames() const
     for (const QString &text : texts)
         result.append(QJsonDocument::fromJson(text.toUtf8()).object());
     return result;
-}
-
-QJsonObject FakeMessageServer::lastFrameOfType(const QString &type) const
-{
-    const QList<QJsonObject> all = frames();
-    for (auto it = all.crbegin(); it != all.crend(); ++it) {
-        if (it->value(QStringLiteral("type")).toString() == type)
-            return *it;
-    }
-    return {};
 }

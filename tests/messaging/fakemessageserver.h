@@ -38,7 +38,6 @@ public:
 
     // The texts received, parsed; a text that is not an object gives an empty one.
     QList<QJsonObject> frames() const;
-    QJsonObject lastFrameOfType(const QString &type) const;
 
     QList<QUrl> requestUrls;
     QStringList texts;

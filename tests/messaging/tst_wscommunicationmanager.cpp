@@ -1,0 +1,442 @@
+#include "fakemessageserver.h"
+
+#include "messaging/msgcontentchattext.h"
+#include "messaging/msgcontentuserinfo.h"
+#include "messaging/wscommunicationmanager.h"
+#include "messaging/wscommunicationtesthook_p.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QThread>
+#include <QtTest>
+
+using Hook = KvWSCommunicationTestHook;
+
+namespace {
+
+// The manager's message signals as "TYPE:id" and "chat:id,id" entries, in the
+// order they arrive on the test's thread.
+class SignalLog : public QObject
+{
+public:
+    explicit SignalLog(KvWSCommunicationManager *manager)
+    {
+        using M = KvWSCommunicationManager;
+        connect(manager, &M::onChatMsgReceived, this, [this](const QList<KvWSMessagePtr> &messages) {
+            QStringList ids;
+            for (const KvWSMessagePtr &message : messages) {
+                ids << message->messageID();
+                this->messages << message;
+            }
+            entries << QStringLiteral("chat:") + ids.join(QLatin1Char(','));
+        });
+        for (auto signal : {&M::onApplyforFriendMsgReceived, &M::onConfirmedFriendMsgReceived,
+                            &M::onRefusedFriendMsgReceived, &M::onRemovedFriendMsgReceived, &M::onPCOffline,
+                            &M::onProMemberChanged, &M::onMapLayerAdded, &M::onMapLayerUpdated, &M::onMapLayerDeleted,
+                            &M::onDevicesLightUpChanged, &M::onNoticeReceived, &M::onPopNoticeReceived}) {
+            connect(manager, signal, this, [this](const KvWSMessagePtr &message) {
+                entries << message->type() + QLatin1Char(':') + message->messageID();
+                messages << message;
+            });
+        }
+    }
+
+    QStringList entries;
+    QList<KvWSMessagePtr> messages;
+};
+
+bool isSid(const QString &sid)
+{
+    static const QRegularExpression pattern(QStringLiteral("^[0-9a-f]{32}$"));
+    return pattern.match(sid).hasMatch();
+}
+
+QStringList acknowledgedIds(const QJsonObject &frame)
+{
+    return frame.value(QStringLiteral("data")).toVariant().toStringList();
+}
+
+QJsonObject chat(const char *id)
+{
+    return QJsonObject{{"type", "BBC"}, {"message_id", id}, {"data", QJsonObject{{"content", "sentinel"}}}};
+}
+
+} // namespace
+
+class TestWSCommunicationManager : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase()
+    {
+        Hook::setNetworkWatcherEnabled(false);
+    }
+
+    void cleanup()
+    {
+        Hook::setTimeScale(1.0);
+        Hook::setClock({});
+    }
+
+    void connectionUrl()
+    {
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        QSignalSpy connected(&manager, &KvWSCommunicationManager::onConnected);
+        manager.setToken(QStringLiteral("tok-1"));
+        QVERIFY(server.waitForConnections(1));
+        const QUrl url = server.requestUrls.first();
+        QCOMPARE(url.scheme(), QStringLiteral("ws"));
+        QCOMPARE(url.path(), QStringLiteral("/wsmessage"));
+        QCOMPARE(url.query(), QStringLiteral("auth=tok-1&platform=pc-pro"));
+        QTRY_COMPARE(connected.count(), 1);
+        QVERIFY(manager.isConnected());
+    }
+
+    void outgoingFrames_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("expected");
+
+        QTest::newRow("text to two in a group") << 0
+            << "{\n    \"data\": {\n        \"content\": \"hi\"\n    },\n    \"group\": true,\n"
+               "    \"sid\": \"%1\",\n    \"to\": [\n        \"u1\",\n        \"u2\"\n    ],\n"
+               "    \"type\": \"BBC\"\n}\n";
+        QTest::newRow("picture without addressees") << 1
+            << "{\n    \"data\": {\n        \"id\": \"p1\",\n        \"md5\": \"m\",\n"
+               "        \"size\": 5000000000,\n        \"src\": \"s\",\n        \"title\": \"a.png\"\n    },\n"
+               "    \"group\": false,\n    \"sid\": \"%1\",\n    \"type\": \"BBB\"\n}\n";
+        QTest::newRow("file to one") << 2
+            << "{\n    \"data\": {\n        \"id\": \"f1\",\n        \"md5\": \"m\",\n"
+               "        \"size\": 12,\n        \"src\": \"s\",\n        \"title\": \"a.txt\"\n    },\n"
+               "    \"group\": false,\n    \"sid\": \"%1\",\n    \"to\": [\n        \"u\"\n    ],\n"
+               "    \"type\": \"BBA\"\n}\n";
+        QTest::newRow("catch-up request") << 3
+            << "{\n    \"data\": {\n        \"message_id\": \"\"\n    },\n    \"group\": false,\n"
+               "    \"sid\": \"%1\",\n    \"type\": \"QQQ\"\n}\n";
+    }
+
+    void outgoingFrames()
+    {
+        QFETCH(int, kind);
+        QFETCH(QString, expected);
+
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        manager.setToken(QStringLiteral("t"));
+        // Nothing is queued for a socket that is still opening.
+        QTRY_VERIFY(manager.isConnected());
+
+        QSharedPointer<KvWSMessageReply> reply;
+        switch (kind) {
+        case 0:
+            reply = manager.chatForText({"u1", "u2"}, QStringLiteral("hi"), true);
+            break;
+        case 1:
+            reply = manager.chatForPicture({}, "p1", "a.png", Q_INT64_C(5000000000), "s", "m", false);
+            break;
+        case 2:
+            reply = manager.chatForFile({"u"}, "f1", "a.txt", 12, "s", "m", false);
+            break;
+        default:
+            manager.requestUpdateMessages(QString());
+        }
+        QVERIFY(server.waitForTexts(1));
+        const QString sid = server.frames().first().value("sid").toString();
+        QVERIFY2(isSid(sid), qPrintable(sid));
+        QVERIFY2(!m_sids.contains(sid), "a sid was used twice");
+        m_sids.insert(sid);
+        if (reply)
+            QCOMPARE(reply->message()->sid(), sid);
+        QCOMPARE(server.texts.first(), expected.arg(sid));
+    }
+
+    void receivedText()
+    {
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        SignalLog log(&manager);
+        manager.setToken(QStringLiteral("t"));
+        QVERIFY(server.waitForConnections(1));
+
+        server.send(QStringLiteral(R"([
+            {"type":"BBC","message_id":"m1","sid":"server-sid","data":{"content":"a"},"from":"alice",
+             "to":["bob","","carol"],"platform":"pc-pro","create_time":1700000000},
+            7,
+            {"type":"ZZN","message_id":"m2","data":{"url":"n","notice":{"id":1}}},
+            {"type":"BBA","message_id":"m3","data":{"id":"f"},"group":true,"to":[]},
+            "text",
+            {"type":"ZZA","message_id":"m4","data":{"fromUser":{"username":"dave"}}},
+            {"type":"XYZ","message_id":"m5"},
+            {"type":"SSS","sid":"nobody","message_id":"m6"},
+            {"type":"bbc","message_id":"m7","data":{}}
+        ])"));
+        QVERIFY(server.waitForTexts(1));
+        QTRY_COMPARE(log.entries, (QStringList{"ZZN:m2", "ZZA:m4", "chat:m1,m3"}));
+
+        const QJsonObject rrr = server.frames().first();
+        QCOMPARE(rrr.value("type").toString(), QStringLiteral("RRR"));
+        QCOMPARE(acknowledgedIds(rrr), (QStringList{"m1", "m2", "m3", "m4"}));
+        QCOMPARE(rrr.value("group"), QJsonValue(false));
+        QVERIFY(!rrr.contains("to"));
+        QVERIFY(isSid(rrr.value("sid").toString()));
+
+        const KvWSMessagePtr text = log.messages.at(2);
+        QCOMPARE(text->fromUser(), QStringLiteral("alice"));
+        QCOMPARE(text->toUsers(), (QStringList{"bob", "carol"}));
+        QCOMPARE(text->platform(), QStringLiteral("pc-pro"));
+        QCOMPARE(text->datetime(), QDateTime::fromSecsSinceEpoch(1700000000));
+        QVERIFY(!text->isGroup());
+        QVERIFY(isSid(text->sid()));
+        QCOMPARE(text->content().dynamicCast<KvMsgContentChatText>()->text(), QStringLiteral("a"));
+
+        const KvWSMessagePtr file = log.messages.at(3);
+        QVERIFY(file->isGroup());
+        QCOMPARE(file->platform(), QString());
+        QVERIFY(file->toUsers().isEmpty());
+        QCOMPARE(log.messages.at(1)->content().dynamicCast<KvMsgContentUserInfo>()->user(), QStringLiteral("dave"));
+
+        // One acknowledgement per text: the next text brings the next one.
+        server.send(chat("s1"));
+        QVERIFY(server.waitForTexts(2));
+        QCOMPARE(server.texts.size(), 2);
+        QCOMPARE(acknowledgedIds(server.frames().at(1)), QStringList{"s1"});
+    }
+
+    void droppedText_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("expectedSignals");
+        QTest::newRow("invalid JSON") << R"({"type":"BBC","message_id":"x")" << QStringList();
+        QTest::newRow("number") << "7" << QStringList();
+        QTest::newRow("array of non-objects") << R"([1,"BBC",null])" << QStringList();
+        QTest::newRow("no type") << R"({"message_id":"x","data":{}})" << QStringList();
+        QTest::newRow("empty type") << R"({"type":"","message_id":"x"})" << QStringList();
+        QTest::newRow("unknown type") << R"({"type":"ZZZ","message_id":"x"})" << QStringList();
+        QTest::newRow("lower-case type") << R"({"type":"zzn","message_id":"x"})" << QStringList();
+        QTest::newRow("acknowledgement of nothing") << R"({"type":"SSS","sid":"s","message_id":"x"})"
+                                                    << QStringList();
+        QTest::newRow("chat without id: shown, not acknowledged") << R"({"type":"BBC","data":{"content":"c"}})"
+                                                                  << QStringList{"chat:"};
+    }
+
+    // Each text is followed by a good one: its acknowledgement must be the
+    // first and hold that one's id alone.
+    void droppedText()
+    {
+        QFETCH(QString, text);
+        QFETCH(QStringList, expectedSignals);
+
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        SignalLog log(&manager);
+        manager.setToken(QStringLiteral("t"));
+        QVERIFY(server.waitForConnections(1));
+
+        server.send(text);
+        server.send(chat("s1"));
+        QVERIFY(server.waitForTexts(1));
+        QCOMPARE(acknowledgedIds(server.frames().first()), QStringList{"s1"});
+        QTRY_COMPARE(log.entries, expectedSignals + QStringList{"chat:s1"});
+        QVERIFY(manager.isConnected());
+    }
+
+    void sameTokenOpensOneConnection()
+    {
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        manager.setToken(QStringLiteral("a"));
+        manager.setToken(QStringLiteral("a"));
+        manager.start();
+        QVERIFY(server.waitForConnections(1));
+        QTest::qWait(200);
+        QCOMPARE(server.requestUrls.size(), 1);
+
+        manager.setToken(QStringLiteral("b"));
+        QVERIFY(server.waitForCloseCodes(1));
+        QCOMPARE(server.closeCodes.first(), QWebSocketProtocol::CloseCodeNormal);
+        QVERIFY(server.waitForConnections(2));
+        QCOMPARE(server.requestUrls.at(1).query(), QStringLiteral("auth=b&platform=pc-pro"));
+    }
+
+    void startWithoutTokenDoesNothing()
+    {
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        manager.start();
+        manager.forceStart();
+        QTest::qWait(100);
+        QVERIFY(!Hook::thread(&manager)->isRunning());
+        QVERIFY(!manager.isConnected());
+        QVERIFY(server.requestUrls.isEmpty());
+        Hook::raiseError(&manager, QAbstractSocket::RemoteHostClosedError);
+        QCOMPARE(Hook::reconnectTimerInterval(&manager), -1);
+    }
+
+    void stopThenStartDoesNotReconnect()
+    {
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        QSignalSpy disconnected(&manager, &KvWSCommunicationManager::onDisconnected);
+        manager.setToken(QStringLiteral("t"));
+        QVERIFY(server.waitForConnections(1));
+        QTRY_VERIFY(Hook::heartbeatActive(&manager));
+
+        manager.stop();
+        QVERIFY(server.waitForCloseCodes(1));
+        QCOMPARE(server.closeCodes.first(), QWebSocketProtocol::CloseCodeNormal);
+        QTRY_COMPARE(disconnected.count(), 1);
+        QVERIFY(!Hook::heartbeatActive(&manager));
+
+        manager.start();
+        manager.setToken(QStringLiteral("t"));
+        QTest::qWait(200);
+        QCOMPARE(server.requestUrls.size(), 1);
+        QCOMPARE(Hook::reconnectTimerInterval(&manager), -1);
+
+        manager.forceStart();
+        QVERIFY(server.waitForConnections(2));
+        QTRY_VERIFY(manager.isConnected());
+
+        // After quit the thread has ended, and a plain start brings it back.
+        manager.quit();
+        QVERIFY(Hook::thread(&manager)->wait(5000));
+        QVERIFY(server.waitForCloseCodes(2));
+        manager.start();
+        QVERIFY(server.waitForConnections(3));
+    }
+
+    void errorArmsReconnect_data()
+    {
+        QTest::addColumn<QAbstractSocket::SocketError>("error");
+        QTest::addColumn<bool>("armed");
+        QTest::newRow("refused") << QAbstractSocket::ConnectionRefusedError << true;
+        QTest::newRow("remote closed") << QAbstractSocket::RemoteHostClosedError << true;
+        QTest::newRow("host not found") << QAbstractSocket::HostNotFoundError << true;
+        QTest::newRow("network") << QAbstractSocket::NetworkError << true;
+        QTest::newRow("socket time-out") << QAbstractSocket::SocketTimeoutError << false;
+        QTest::newRow("TLS handshake") << QAbstractSocket::SslHandshakeFailedError << false;
+        QTest::newRow("proxy refused") << QAbstractSocket::ProxyConnectionRefusedError << false;
+        QTest::newRow("unknown") << QAbstractSocket::UnknownSocketError << false;
+    }
+
+    void errorArmsReconnect()
+    {
+        QFETCH(QAbstractSocket::SocketError, error);
+        QFETCH(bool, armed);
+
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        QSignalSpy errors(&manager, &KvWSCommunicationManager::onError);
+        manager.setToken(QStringLiteral("t"));
+        QVERIFY(server.waitForConnections(1));
+
+        Hook::raiseError(&manager, error);
+        QCOMPARE(errors.count(), 1);
+        QCOMPARE(errors.first().first().value<QAbstractSocket::SocketError>(), error);
+        QCOMPARE(Hook::reconnectTimerInterval(&manager), armed ? 30000 : -1);
+    }
+
+    void heartbeatStopsAndReconnectFollowsWhenTheServerDropsTheLink()
+    {
+        Hook::setTimeScale(0.002); // heartbeat 100 ms, reconnect 60 ms
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        QSignalSpy errors(&manager, &KvWSCommunicationManager::onError);
+        QSignalSpy disconnected(&manager, &KvWSCommunicationManager::onDisconnected);
+        manager.setToken(QStringLiteral("t"));
+        QVERIFY(server.waitForConnections(1));
+        QTRY_VERIFY(Hook::heartbeatCount(&manager) >= 2);
+
+        server.dropClient();
+        QVERIFY(errors.wait());
+        QCOMPARE(errors.first().first().value<QAbstractSocket::SocketError>(), QAbstractSocket::RemoteHostClosedError);
+        QTRY_COMPARE(disconnected.count(), 1);
+        QVERIFY(!Hook::heartbeatActive(&manager));
+        QVERIFY(server.waitForConnections(2));
+    }
+
+    void networkComingBackRetriesEveryTwoSeconds()
+    {
+        Hook::setTimeScale(0.02); // 2 s -> 40 ms, 30 s -> 600 ms
+        FakeMessageServer server;
+        server.stopListening();
+        KvWSCommunicationManager manager;
+        QSignalSpy errors(&manager, &KvWSCommunicationManager::onError);
+        manager.setToken(QStringLiteral("t"));
+        QVERIFY(errors.wait());
+        QCOMPARE(Hook::reconnectTimerInterval(&manager), 600);
+
+        Hook::setOnline(&manager, true);
+        QCOMPARE(Hook::reconnectTimerInterval(&manager), 40);
+        // Failed attempts keep the short delay: several come well within one long one.
+        QElapsedTimer clock;
+        clock.start();
+        QTRY_VERIFY_WITH_TIMEOUT(errors.count() >= 5, 3000);
+        QVERIFY2(clock.elapsed() < 600, qPrintable(QString::number(clock.elapsed())));
+
+        QVERIFY(server.listen());
+        QVERIFY(server.waitForConnections(1));
+        QTRY_VERIFY(manager.isConnected());
+
+        // Connected: the next failure waits the long delay again.
+        const int before = errors.count();
+        server.dropClient();
+        QTRY_VERIFY(errors.count() > before);
+        QCOMPARE(Hook::reconnectTimerInterval(&manager), 600);
+    }
+
+    void networkLostClosesAndKeepsTrying()
+    {
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        manager.setToken(QStringLiteral("t"));
+        QVERIFY(server.waitForConnections(1));
+        QTRY_VERIFY(manager.isConnected());
+
+        Hook::setOnline(&manager, false);
+        QVERIFY(server.waitForCloseCodes(1));
+        QCOMPARE(server.closeCodes.first(), QWebSocketProtocol::CloseCodeNormal);
+        QCOMPARE(Hook::reconnectTimerInterval(&manager), 30000);
+    }
+
+    void heartbeatDateTest()
+    {
+        QDate today(2024, 3, 1);
+        Hook::setClock([&today] { return today; });
+        FakeMessageServer server;
+        KvWSCommunicationManager manager;
+        QSignalSpy refresh(&manager, &KvWSCommunicationManager::onReqRefreshAuth);
+        manager.setToken(QStringLiteral("t"));
+        QVERIFY(server.waitForConnections(1));
+        QTRY_VERIFY(manager.isConnected());
+
+        for (int i = 0; i < 20; ++i)
+            Hook::heartbeat(&manager);
+        QCOMPARE(Hook::heartbeatCount(&manager), 20);
+        today = today.addDays(1);
+        Hook::heartbeat(&manager);
+        QCOMPARE(refresh.count(), 1);
+        QCOMPARE(Hook::heartbeatCount(&manager), 0);
+
+        // The same day does not ask again; a later day does, on its 21st tick.
+        for (int i = 0; i < 21; ++i)
+            Hook::heartbeat(&manager);
+        QCOMPARE(refresh.count(), 1);
+        today = today.addDays(1);
+        for (int i = 0; i < 20; ++i)
+            Hook::heartbeat(&manager);
+        QCOMPARE(refresh.count(), 1);
+        Hook::heartbeat(&manager);
+        QCOMPARE(refresh.count(), 2);
+    }
+
+private:
+    QSet<QString> m_sids;
+};
+
+QTEST_GUILESS_MAIN(TestWSCommunicationManager)
+
+#include "tst_wscommunicationmanager.moc"
