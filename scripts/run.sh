@@ -3,10 +3,8 @@
 # with the demo accounts in a temporary folder until interrupted (Ctrl-C).
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
-"$here/scripts/install-deps.sh"
+"$here/scripts/build.sh"
 build="${KVMESS_BUILD_DIR:-$here/build}"
-cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
-cmake --build "$build"
 cmake --install "$build" --prefix "$build/prefix"
 echo "KvMess installed under $build/prefix (find_package(KvMess) with CMAKE_PREFIX_PATH=$build/prefix)"
 data="$(mktemp -d)"

@@ -2,9 +2,6 @@
 # Builds the module and runs the whole test suite. Installs what it needs on Debian 12.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
-"$here/scripts/install-deps.sh"
-build="${KVMESS_BUILD_DIR:-$here/build}"
-cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
-cmake --build "$build"
-cd "$build"
+"$here/scripts/build.sh"
+cd "${KVMESS_BUILD_DIR:-$here/build}"
 ctest --output-on-failure --timeout 600 "$@"
