@@ -1,0 +1,773 @@
+#include "consolehost.h"
+
+#include "account/usermanager.h"
+#include "consoleformat.h"
+#include "messaging/msgcontentuserinfo.h"
+#include "messaging/wscommunicationmanager.h"
+#include "platform/mc.h"
+#include "platform/mceventdispatcher.h"
+#include "platform/selfservermanager.h"
+#include "store/friendmessagemanager.h"
+#include "store/usercommmanager.h"
+#ifdef KVMESS_CONSOLE_SEND_HELPER
+#include "transfer/sendmessagehelper.h"
+#endif
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QMetaEnum>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QSettings>
+#include <QTimer>
+#include <QUuid>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+const QString systemUser = QStringLiteral("kavora");
+constexpr int LinkWaitMs = 15000;
+constexpr int ListWaitMs = 30000;
+// Longer than the acknowledgement's own time-out of 30 s, so that a send
+// always ends with the store's verdict, 6 or 7.
+constexpr int AcknowledgementWaitMs = 45000;
+
+bool isFinal(const KvFriendMessageData &row)
+{
+    return row.status == 6 || row.status == 7;
+}
+
+QString textOf(const KvFriendMessageData &row)
+{
+    return QJsonDocument::fromJson(row.content).object().value(QStringLiteral("content")).toString();
+}
+
+QString requesterOf(const KvFriendMessageData &row)
+{
+    return QJsonDocument::fromJson(row.content)
+        .object()
+        .value(QStringLiteral("fromUser"))
+        .toObject()
+        .value(QStringLiteral("username"))
+        .toString();
+}
+
+QString userOf(const KvWSMessagePtr &message)
+{
+    const auto content = message ? message->content().dynamicCast<KvMsgContentUserInfo>() : nullptr;
+    return content ? content->user() : QString();
+}
+
+bool reachable(const QUrl &url)
+{
+    QNetworkAccessManager network;
+    QNetworkRequest request(url);
+    request.setTransferTimeout(3000);
+    QNetworkReply *reply = network.get(request);
+    QEventLoop loop;
+    QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    loop.exec(QEventLoop::ExcludeUserInputEvents);
+    // Errors below 100 are those of the connection itself; an HTTP error means
+    // that somebody answered.
+    const bool answered = reply->error() == QNetworkReply::NoError || reply->error() >= 100;
+    delete reply;
+    return answered;
+}
+
+} // namespace
+
+KvConsoleHost::KvConsoleHost(QObject *parent) : QObject(parent)
+{
+}
+
+void KvConsoleHost::setListening(bool listening)
+{
+    m_listening = listening;
+    m_stayUp = listening;
+}
+
+QString KvConsoleHost::me() const
+{
+    return KvUserManager::instance()->getUserLoginInfo().username;
+}
+
+QJsonObject KvConsoleHost::session() const
+{
+    const KvUserManager *users = KvUserManager::instance();
+    const KvLoginUser &login = users->getUserLoginInfo();
+    return QJsonObject{
+        {QStringLiteral("user"), login.username},
+        {QStringLiteral("login"), users->isLogin()},
+        {QStringLiteral("visitor"), !users->isLogin() && !login.username.isEmpty()},
+        {QStringLiteral("nickname"), users->isLogin() ? users->getUserInfo().nickName : QString()},
+        {QStringLiteral("customerService"), users->isLogin() && login.customerService},
+        {QStringLiteral("connected"), KvWSCommunicationManager::getDefault()->isConnected()},
+    };
+}
+
+void KvConsoleHost::start()
+{
+    // The store has to listen before the first sign-in, as in the real host.
+    m_messages = KvUserCommManager::instance()->friendMessageManager();
+    connectModule();
+
+    KvUserManager *users = KvUserManager::instance();
+    users->init();
+    // A failed start leaves no account at all, visitor or not.
+    const bool haveSession = !users->getUserLoginInfo().username.isEmpty();
+    if (haveSession)
+        waitForLink(LinkWaitMs / 3);
+
+    QJsonObject line = session();
+    line.insert(QStringLiteral("by"), users->isLogin() ? QStringLiteral("token")
+                                      : haveSession    ? QStringLiteral("visitor")
+                                                       : QStringLiteral("none"));
+    line.insert(QStringLiteral("event"), QStringLiteral("start"));
+    writeLine(line);
+    if (!haveSession) {
+        std::fprintf(stderr, "kvmess-console: cannot reach the account service at %s\n",
+                     qPrintable(KvSelfServerManager::instance()->accountServerUrl()));
+    }
+}
+
+void KvConsoleHost::connectModule()
+{
+    connect(m_messages, &KvFriendMessageManager::signalNewMessage, this, &KvConsoleHost::slotNewMessage);
+    connect(m_messages, &KvFriendMessageManager::signalMessageStateUpdate, this,
+            &KvConsoleHost::slotMessageStateUpdate);
+
+    KvUserManager *users = KvUserManager::instance();
+    connect(users, &KvUserManager::signalUserLoginStateChanged, this, [this](bool state) {
+        event(QStringLiteral("login"), {{QStringLiteral("state"), state}, {QStringLiteral("user"), me()}});
+    });
+    connect(users, &KvUserManager::signalVisitorLogin, this,
+            [this] { event(QStringLiteral("visitor"), {{QStringLiteral("user"), me()}}); });
+
+    KvWSCommunicationManager *link = KvWSCommunicationManager::getDefault();
+    connect(link, &KvWSCommunicationManager::onConnected, this, [this] {
+        ++m_connects;
+        event(QStringLiteral("link"), {{QStringLiteral("state"), QStringLiteral("connected")}});
+    });
+    connect(link, &KvWSCommunicationManager::onDisconnected, this,
+            [this] { event(QStringLiteral("link"), {{QStringLiteral("state"), QStringLiteral("disconnected")}}); });
+    connect(link, &KvWSCommunicationManager::onError, this, [this](QAbstractSocket::SocketError error) {
+        event(QStringLiteral("link"),
+              {{QStringLiteral("state"), QStringLiteral("error")},
+               {QStringLiteral("error"), int(error)},
+               {QStringLiteral("text"),
+                QString::fromLatin1(QMetaEnum::fromType<QAbstractSocket::SocketError>().valueToKey(error))}});
+    });
+    const auto friendEvent = [this](const QString &what) {
+        return [this, what](KvWSMessagePtr message) {
+            event(QStringLiteral("friend"), {{QStringLiteral("what"), what}, {QStringLiteral("user"), userOf(message)}});
+        };
+    };
+    connect(link, &KvWSCommunicationManager::onApplyforFriendMsgReceived, this, friendEvent(QStringLiteral("request")));
+    connect(link, &KvWSCommunicationManager::onConfirmedFriendMsgReceived, this, friendEvent(QStringLiteral("agreed")));
+    connect(link, &KvWSCommunicationManager::onRefusedFriendMsgReceived, this, friendEvent(QStringLiteral("refused")));
+    connect(link, &KvWSCommunicationManager::onRemovedFriendMsgReceived, this, friendEvent(QStringLiteral("removed")));
+
+    Mc::eventDispatcher()->connectToEventImpl(QStringLiteral("file.send.upload"), this,
+                                              McSlotObjectWrapper(&KvConsoleHost::slotProgress));
+}
+
+// --- running commands --------------------------------------------------------
+
+void KvConsoleHost::runArguments(const QList<QStringList> &commands)
+{
+    m_queue = commands;
+    m_stopAtFailure = true;
+    schedule();
+}
+
+void KvConsoleHost::beginInput()
+{
+    m_fromInput = true;
+    m_inputOpen = true;
+    m_stayUp = false; // the input is the host's lifeline: its end ends the host
+    schedule();
+}
+
+void KvConsoleHost::slotInputLine(QString line)
+{
+    const QStringList words = KvConsoleCommand::splitLine(line);
+    if (words.isEmpty())
+        return;
+    m_queue.append(words);
+    schedule();
+}
+
+void KvConsoleHost::slotInputEnd()
+{
+    m_inputOpen = false;
+    schedule();
+}
+
+void KvConsoleHost::slotInterrupt()
+{
+    m_interrupted = true;
+    if (!m_busy)
+        finish();
+}
+
+void KvConsoleHost::schedule()
+{
+    QTimer::singleShot(0, this, &KvConsoleHost::processNext);
+}
+
+void KvConsoleHost::processNext()
+{
+    if (m_busy || m_finished)
+        return;
+    while (!m_queue.isEmpty() && !m_quit && !m_interrupted) {
+        const KvConsoleCommand command = KvConsoleCommand::parse(m_queue.takeFirst());
+        m_busy = true;
+        const Outcome outcome = command.isValid() ? execute(command) : failure(ExitUsage, command.error);
+        m_busy = false;
+
+        QJsonObject result = outcome.data;
+        result.insert(QStringLiteral("event"), QStringLiteral("result"));
+        result.insert(QStringLiteral("command"), command.name.isEmpty() ? QString() : command.label());
+        result.insert(QStringLiteral("ok"), outcome.code == ExitOk);
+        if (outcome.code != ExitOk) {
+            result.insert(QStringLiteral("error"), outcome.error);
+            result.insert(QStringLiteral("code"), outcome.code);
+            std::fprintf(stderr, "kvmess-console: %s: %s\n", qPrintable(command.label()), qPrintable(outcome.error));
+            std::fflush(stderr);
+            if (m_exitCode == ExitOk)
+                m_exitCode = outcome.code;
+        }
+        writeLine(result);
+        if (outcome.code != ExitOk && m_stopAtFailure) {
+            finish();
+            return;
+        }
+    }
+    if (m_quit || m_interrupted || (!m_inputOpen && !m_stayUp))
+        finish();
+}
+
+void KvConsoleHost::finish()
+{
+    if (m_finished)
+        return;
+    m_finished = true;
+    emit signalFinished(m_exitCode);
+}
+
+KvConsoleHost::Outcome KvConsoleHost::execute(const KvConsoleCommand &command)
+{
+    const QString &name = command.name;
+    if (name == QLatin1String("whoami"))
+        return whoami();
+    if (name == QLatin1String("login"))
+        return login(command);
+    if (name == QLatin1String("code"))
+        return requestCode(command.args.at(0));
+    if (name == QLatin1String("logout"))
+        return logout();
+    if (name == QLatin1String("autologin"))
+        return autoLogin(command.args.at(0));
+    if (name == QLatin1String("send"))
+        return send(command);
+    if (name == QLatin1String("friends"))
+        return friends();
+    if (name == QLatin1String("enterprises"))
+        return enterprises();
+    if (name == QLatin1String("conversations"))
+        return conversations();
+    if (name == QLatin1String("show"))
+        return show(command.args.at(0), command.group);
+    if (name == QLatin1String("requests"))
+        return requests();
+    if (name == QLatin1String("friend"))
+        return friendAction(command);
+    if (name == QLatin1String("reconnect"))
+        return reconnect();
+    if (name == QLatin1String("listen"))
+        return listen(command.args);
+    if (name == QLatin1String("wait"))
+        return wait(command.args.at(0));
+    if (name == QLatin1String("quit")) {
+        m_quit = true;
+        return {};
+    }
+    if (name == QLatin1String("help")) {
+        std::fputs(qPrintable(KvConsoleCommand::usage()), stderr);
+        return {};
+    }
+    return failure(ExitUsage, QStringLiteral("unknown command \"%1\"").arg(name));
+}
+
+KvConsoleHost::Outcome KvConsoleHost::failure(int code, const QString &error) const
+{
+    Outcome outcome;
+    outcome.code = code;
+    outcome.error = error;
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::serviceFailure(const QString &refused) const
+{
+    if (!accountServiceReachable()) {
+        return failure(ExitUnreachable, QStringLiteral("cannot reach the account service at %1")
+                                            .arg(KvSelfServerManager::instance()->accountServerUrl()));
+    }
+    return failure(ExitFailed, refused);
+}
+
+bool KvConsoleHost::accountServiceReachable() const
+{
+    return reachable(QUrl(KvSelfServerManager::instance()->accountServerUrl()));
+}
+
+bool KvConsoleHost::waitUntil(const std::function<bool()> &done, int timeoutMs)
+{
+    if (done())
+        return true;
+    bool result = false;
+    QEventLoop loop;
+    QTimer tick;
+    QElapsedTimer clock;
+    clock.start();
+    connect(&tick, &QTimer::timeout, &loop, [&] {
+        if (done()) {
+            result = true;
+            loop.quit();
+        } else if (m_interrupted || (timeoutMs >= 0 && clock.elapsed() >= timeoutMs)) {
+            loop.quit();
+        }
+    });
+    tick.start(20);
+    loop.exec();
+    return result;
+}
+
+bool KvConsoleHost::waitForLink(int timeoutMs)
+{
+    return waitUntil([] { return KvWSCommunicationManager::getDefault()->isConnected(); }, timeoutMs);
+}
+
+// --- commands ----------------------------------------------------------------
+
+KvConsoleHost::Outcome KvConsoleHost::whoami()
+{
+    Outcome outcome;
+    outcome.data = session();
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::login(const KvConsoleCommand &command)
+{
+    KvUserManager *users = KvUserManager::instance();
+    if (command.sub == QLatin1String("token")) {
+        if (users->isLogin())
+            return whoami();
+        const bool stored = !KvUserManager::openSettings()->value(QStringLiteral("Token")).toByteArray().isEmpty();
+        if (!stored)
+            return failure(ExitFailed, QStringLiteral("no sign-in is stored in this profile"));
+        return serviceFailure(QStringLiteral("the stored sign-in was refused or is switched off (autologin)"));
+    }
+
+    // A different account is a user switch: logout first, so that the store
+    // closes the old user's file and opens the new one's.
+    const QString account = command.args.at(0);
+    if (users->isLogin() && account != users->loginUserName() && account != users->loginUserPhone())
+        users->logOut();
+    const int connectsBefore = m_connects;
+
+    bool ok = false;
+    QString refused;
+    if (command.sub == QLatin1String("password")) {
+        ok = users->requestLoginByPassword(account, command.args.at(1));
+        refused = QStringLiteral("sign-in refused: wrong user name or password");
+    } else if (command.sub == QLatin1String("sms")) {
+        ok = users->requestLoginByVerifyCode(account, command.args.at(1));
+        refused = QStringLiteral("sign-in refused: wrong or used code");
+    } else {
+        ok = users->requestLoginByWeChat(account);
+        refused = QStringLiteral("sign-in refused: unknown or used scene");
+    }
+    if (!ok)
+        return serviceFailure(refused);
+    // Each sign-in opens the link afresh under the new token.
+    waitUntil([&] { return m_connects > connectsBefore; }, LinkWaitMs);
+    return whoami();
+}
+
+KvConsoleHost::Outcome KvConsoleHost::requestCode(const QString &phone)
+{
+    bool done = false;
+    bool sent = false;
+    QString message;
+    QObject guard;
+    connect(KvUserManager::instance(), &KvUserManager::signalReposePhoneVerifyCode, &guard,
+            [&](bool isSuccess, QString msg) {
+                done = true;
+                sent = isSuccess;
+                message = msg;
+            });
+    KvUserManager::instance()->requestPhoneVerifyCode(phone);
+    if (!waitUntil([&] { return done; }, ListWaitMs) || (!sent && message.isEmpty()))
+        return serviceFailure(QStringLiteral("the account service did not answer"));
+    if (!sent)
+        return failure(ExitFailed, QStringLiteral("code refused: %1").arg(message));
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("phone"), phone);
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::logout()
+{
+    KvUserManager::instance()->logOut();
+    return whoami();
+}
+
+KvConsoleHost::Outcome KvConsoleHost::autoLogin(const QString &value)
+{
+    static const QStringList on{QStringLiteral("on"), QStringLiteral("true"), QStringLiteral("1")};
+    static const QStringList off{QStringLiteral("off"), QStringLiteral("false"), QStringLiteral("0")};
+    if (!on.contains(value) && !off.contains(value))
+        return failure(ExitUsage, QStringLiteral("usage: autologin on|off"));
+    KvUserManager::instance()->saveIsAutoLogin(on.contains(value));
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("autologin"), on.contains(value));
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::send(const KvConsoleCommand &command)
+{
+    if (!KvUserManager::instance()->isLogin())
+        return serviceFailure(QStringLiteral("not signed in"));
+    const QString to = command.args.at(0);
+    const bool group = command.group;
+    if (to.isEmpty())
+        return failure(ExitUsage, QStringLiteral("no addressee"));
+
+    QString path;
+    if (command.sub != QLatin1String("text")) {
+        const QFileInfo file(command.args.at(1));
+        if (!file.isFile() || !file.isReadable())
+            return failure(ExitFailed, QStringLiteral("no such file: %1").arg(command.args.at(1)));
+        path = file.absoluteFilePath();
+    }
+    if (!waitForLink(LinkWaitMs)) {
+        return failure(ExitUnreachable, QStringLiteral("the message link to %1 is down")
+                                            .arg(KvSelfServerManager::instance()->messageServerHost()));
+    }
+
+    bool handedOver = false;
+    QString localId;
+    m_sendDone = false;
+    if (command.sub == QLatin1String("text")) {
+        const QString text = command.rest(1);
+        m_sendMatcher = [to, text](const KvFriendMessageData &row) {
+            return row.isSend && row.type == QLatin1String("BBC") && row.toUserId == to && textOf(row) == text;
+        };
+#ifdef KVMESS_CONSOLE_SEND_HELPER
+        handedOver = KvSendMessageHelper::sendTextMessage(text, to, group);
+#else
+        KvFriendMessageData record;
+        record.status = 12;
+        record.toUserId = to;
+        record.fromUserId = me();
+        record.isSend = true;
+        record.isGroup = group;
+        record.time = QDateTime::currentMSecsSinceEpoch();
+        m_messages->watchSendReply(KvWSCommunicationManager::getDefault()->chatForText({to}, text, group), record);
+        handedOver = true;
+#endif
+    } else {
+#ifdef KVMESS_CONSOLE_SEND_HELPER
+        m_progressName = QFileInfo(path).fileName();
+        m_progressShown = -1;
+        if (command.sub == QLatin1String("pic")) {
+            m_sendMatcher = [to, path](const KvFriendMessageData &row) {
+                return row.isSend && row.type == QLatin1String("BBB") && row.toUserId == to
+                    && row.fileInfo.filePath == path;
+            };
+            handedOver = KvSendMessageHelper::sendPicMessage(path, to, group);
+        } else {
+            localId = QUuid::createUuid().toString(QUuid::Id128);
+            m_progressId = localId;
+            m_sendMatcher = [localId](const KvFriendMessageData &row) { return row.messageLocalId == localId; };
+            handedOver = KvSendMessageHelper::sendFileMessage(path, to, group, false, localId);
+        }
+        m_progressId.clear();
+#else
+        m_sendMatcher = nullptr;
+        return failure(ExitFailed, QStringLiteral("sending pictures and files is not part of this build"));
+#endif
+    }
+    if (!handedOver) {
+        m_sendMatcher = nullptr;
+        return failure(ExitFailed, QStringLiteral("the upload of %1 to the file service failed").arg(path));
+    }
+
+    // A file's final state in a group conversation comes by no signal, so the
+    // store is asked directly, now and then.
+    QElapsedTimer sincePoll;
+    sincePoll.start();
+    const bool stored = waitUntil(
+        [&] {
+            if (m_sendDone)
+                return true;
+            if (localId.isEmpty() || !group || sincePoll.elapsed() < 250)
+                return false;
+            sincePoll.restart();
+            QList<KvFriendMessageData> rows;
+            m_messages->messages(to, true, rows);
+            for (const KvFriendMessageData &row : qAsConst(rows)) {
+                if (row.messageLocalId == localId && isFinal(row)) {
+                    m_sendRow = row;
+                    m_sendDone = true;
+                }
+            }
+            return m_sendDone;
+        },
+        AcknowledgementWaitMs);
+    m_sendMatcher = nullptr;
+    if (!stored)
+        return failure(ExitFailed, QStringLiteral("the message did not reach the store"));
+
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("message"), KvConsoleFormat::message(m_sendRow, me()));
+    if (m_sendRow.status != 6) {
+        outcome.code = ExitFailed;
+        outcome.error = QStringLiteral("the server did not acknowledge the message");
+    }
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::friends()
+{
+    QJsonArray list;
+    bool done = false;
+    QObject guard;
+    connect(KvUserManager::instance(), &KvUserManager::signalReposeFriends, &guard,
+            [&](const QList<KvUserInfoFriend> &friendList) {
+                for (const KvUserInfoFriend &info : friendList)
+                    list.append(KvConsoleFormat::user(info));
+                done = true;
+            });
+    if (!KvUserManager::instance()->isLogin())
+        return serviceFailure(QStringLiteral("not signed in"));
+    KvUserManager::instance()->requestFriends();
+    if (!waitUntil([&] { return done; }, ListWaitMs))
+        return serviceFailure(QStringLiteral("the friend list did not come"));
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("friends"), list);
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::enterprises()
+{
+    QJsonArray list;
+    bool done = false;
+    QObject guard;
+    connect(KvUserManager::instance(), &KvUserManager::signalReposeEnterprises, &guard,
+            [&](const QList<KvGroupInfo> &enterpriseList) {
+                for (const KvGroupInfo &info : enterpriseList)
+                    list.append(KvConsoleFormat::enterprise(info));
+                done = true;
+            });
+    if (!KvUserManager::instance()->isLogin())
+        return serviceFailure(QStringLiteral("not signed in"));
+    KvUserManager::instance()->requestEnterprises();
+    if (!waitUntil([&] { return done; }, ListWaitMs))
+        return serviceFailure(QStringLiteral("the enterprise list did not come"));
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("enterprises"), list);
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::conversations()
+{
+    QList<KvFriendMessageData> rows = m_messages->lastMessages();
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const KvFriendMessageData &a, const KvFriendMessageData &b) { return a.time > b.time; });
+    const QString self = me();
+    QJsonArray list;
+    for (const KvFriendMessageData &row : qAsConst(rows)) {
+        list.append(QJsonObject{
+            {QStringLiteral("with"), KvConsoleFormat::conversationKey(row, self)},
+            {QStringLiteral("group"), KvConsoleFormat::isGroupRow(row, self)},
+            {QStringLiteral("last"), KvConsoleFormat::message(row, self)},
+        });
+    }
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("conversations"), list);
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::show(const QString &with, bool group)
+{
+    QList<KvFriendMessageData> rows;
+    m_messages->messages(with, group, rows);
+    const QString self = me();
+    QJsonArray list;
+    for (auto row = rows.crbegin(); row != rows.crend(); ++row) {
+        KvFriendMessageData copy = *row;
+        copy.isGroup = group;
+        list.append(KvConsoleFormat::message(copy, self));
+    }
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("with"), with);
+    outcome.data.insert(QStringLiteral("group"), group);
+    outcome.data.insert(QStringLiteral("messages"), list);
+    return outcome;
+}
+
+QList<KvFriendMessageData> KvConsoleHost::friendRequestRows()
+{
+    QList<KvFriendMessageData> rows;
+    m_messages->messages(systemUser, false, rows);
+    QList<KvFriendMessageData> requests;
+    for (const KvFriendMessageData &row : qAsConst(rows)) {
+        if (row.type == QLatin1String("ZZA"))
+            requests.append(row);
+    }
+    return requests;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::requests()
+{
+    QJsonArray list;
+    for (const KvFriendMessageData &row : friendRequestRows()) {
+        const QString state = row.status == 3 ? QStringLiteral("agreed")
+                            : row.status == 4 ? QStringLiteral("refused")
+                                              : QStringLiteral("waiting");
+        list.append(QJsonObject{
+            {QStringLiteral("id"), row.messageLocalId},
+            {QStringLiteral("from"), requesterOf(row)},
+            {QStringLiteral("time"), row.time},
+            {QStringLiteral("status"), row.status},
+            {QStringLiteral("state"), state},
+        });
+    }
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("requests"), list);
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::friendAction(const KvConsoleCommand &command)
+{
+    KvUserManager *users = KvUserManager::instance();
+    if (!users->isLogin())
+        return serviceFailure(QStringLiteral("not signed in"));
+    const QString who = command.args.at(0);
+    const QString &action = command.sub;
+
+    bool ok = false;
+    if (action == QLatin1String("add"))
+        ok = users->requestAddFriend(who);
+    else if (action == QLatin1String("agree"))
+        ok = users->agreeAddFriend(who);
+    else if (action == QLatin1String("refuse"))
+        ok = users->refuseAddFriend(who);
+    else
+        ok = users->removeFriend(who);
+    if (!ok)
+        return serviceFailure(QStringLiteral("the account service refused"));
+
+    // What the notice page does with the request's row once it is answered.
+    if (action == QLatin1String("agree") || action == QLatin1String("refuse")) {
+        const int status = action == QLatin1String("agree") ? 3 : 4;
+        for (const KvFriendMessageData &row : friendRequestRows()) {
+            if (row.status == 0 && requesterOf(row) == who)
+                m_messages->updateMessageStatus(systemUser, row.messageLocalId, status);
+        }
+    } else if (action == QLatin1String("remove")) {
+        m_messages->slotFriendRemove(who);
+    }
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("user"), who);
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::reconnect()
+{
+    const int before = m_connects;
+    KvWSCommunicationManager::getDefault()->forceStart();
+    if (!waitUntil([&] { return m_connects > before; }, LinkWaitMs)) {
+        return failure(ExitUnreachable, QStringLiteral("the message link to %1 did not come up")
+                                            .arg(KvSelfServerManager::instance()->messageServerHost()));
+    }
+    return whoami();
+}
+
+KvConsoleHost::Outcome KvConsoleHost::listen(const QStringList &args)
+{
+    bool valid = true;
+    const double seconds = args.isEmpty() ? -1 : args.first().toDouble(&valid);
+    if (!valid || (!args.isEmpty() && seconds < 0))
+        return failure(ExitUsage, QStringLiteral("usage: listen [SECONDS]"));
+    m_listening = true;
+    // Without a limit, a listen on standard input lasts until the next command.
+    waitUntil([this] { return m_fromInput && (!m_queue.isEmpty() || !m_inputOpen); },
+              seconds < 0 ? -1 : int(seconds * 1000));
+    return {};
+}
+
+KvConsoleHost::Outcome KvConsoleHost::wait(const QString &seconds)
+{
+    bool valid = false;
+    const double value = seconds.toDouble(&valid);
+    if (!valid || value < 0)
+        return failure(ExitUsage, QStringLiteral("usage: wait SECONDS"));
+    waitUntil([] { return false; }, int(value * 1000));
+    return {};
+}
+
+// --- events ------------------------------------------------------------------
+
+void KvConsoleHost::slotNewMessage(KvFriendMessageData row)
+{
+    if (m_sendMatcher && !m_sendDone && isFinal(row) && m_sendMatcher(row)) {
+        m_sendRow = row;
+        m_sendDone = true;
+    }
+    event(QStringLiteral("message"), KvConsoleFormat::message(row, me()));
+}
+
+void KvConsoleHost::slotMessageStateUpdate(KvFriendMessageData row)
+{
+    if (m_sendMatcher && !m_sendDone && isFinal(row) && m_sendMatcher(row)) {
+        m_sendRow = row;
+        m_sendDone = true;
+    }
+    event(QStringLiteral("status"), KvConsoleFormat::message(row, me()));
+}
+
+void KvConsoleHost::slotProgress(QString messageId, double fraction)
+{
+    event(QStringLiteral("progress"), {{QStringLiteral("id"), messageId}, {QStringLiteral("fraction"), fraction}});
+    if (!m_progressOnTerminal || messageId != m_progressId || fraction <= m_progressShown)
+        return;
+    m_progressShown = fraction;
+    std::fprintf(stderr, "\r%s", qPrintable(KvConsoleFormat::progressBar(fraction, 30, m_progressName)));
+    if (fraction >= 1.0)
+        std::fputc('\n', stderr);
+    std::fflush(stderr);
+}
+
+void KvConsoleHost::event(const QString &name, QJsonObject object)
+{
+    if (!m_listening)
+        return;
+    object.insert(QStringLiteral("event"), name);
+    writeLine(object);
+}
+
+void KvConsoleHost::writeLine(const QJsonObject &object)
+{
+    const QByteArray line = KvConsoleFormat::line(object);
+    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
+    std::fflush(stdout);
+}
