@@ -162,6 +162,9 @@ QSharedPointer<KvWSMessageReply> KvWSCommunicationPrivate::sendFrame(const KvWSM
     reply->m_timeoutTimer.setInterval(scaled(timeoutMs));
     reply->m_timeoutTimer.start();
     reply->m_running = true;
+    // The server may have answered already, on the connection's thread.
+    if (reply->m_ended)
+        reply->m_running = false;
     return reply;
 }
 

@@ -8,6 +8,8 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <atomic>
+
 class KvWSCommunicationPrivate;
 
 // Follows one sent message until the server acknowledges it. Made by the
@@ -71,7 +73,10 @@ private:
 
     KvWSMessagePtr m_message;
     KvWSMessageError m_errorCode = NoError;
-    bool m_running = false;
+    // Written by the sender's and the connection's threads: the acknowledgement
+    // can overtake the sender's own `m_running = true`, and m_ended tells it so.
+    std::atomic<bool> m_running{false};
+    std::atomic<bool> m_ended{false};
     QTimer m_timeoutTimer;
     // Not owned; guarded because a reply may outlive the connection.
     QPointer<KvWSCommunicationPrivate> m_communicationPrivate;
