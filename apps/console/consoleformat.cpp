@@ -9,34 +9,20 @@
 
 #include <cmath>
 
-QString KvConsoleFormat::conversationKey(const KvFriendMessageData &row, const QString &me)
-{
-    if (row.isGroup || row.isSend)
-        return row.toUserId;
-    return isGroupRow(row, me) ? row.toUserId : row.fromUserId;
-}
-
-bool KvConsoleFormat::isGroupRow(const KvFriendMessageData &row, const QString &me)
-{
-    if (row.isGroup)
-        return true;
-    return !row.isSend && !me.isEmpty() && !row.toUserId.isEmpty() && row.toUserId != me;
-}
-
-QJsonObject KvConsoleFormat::message(const KvFriendMessageData &row, const QString &me)
+QJsonObject KvConsoleFormat::message(const KvFriendMessageData &row)
 {
     QJsonObject object{
         {QStringLiteral("id"), row.messageLocalId},
         {QStringLiteral("serverId"), row.messageServerId},
         {QStringLiteral("from"), row.fromUserId},
         {QStringLiteral("to"), row.toUserId},
-        {QStringLiteral("conversation"), conversationKey(row, me)},
+        {QStringLiteral("conversation"), conversationUser(row)},
         {QStringLiteral("type"), row.type},
         {QStringLiteral("time"), row.time},
         {QStringLiteral("isSend"), row.isSend},
         {QStringLiteral("status"), row.status},
     };
-    if (isGroupRow(row, me))
+    if (row.isGroup)
         object.insert(QStringLiteral("group"), true);
     const QJsonDocument content = QJsonDocument::fromJson(row.content);
     if (content.isObject()) {

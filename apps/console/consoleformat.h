@@ -13,18 +13,11 @@ class KvUserInfoBase;
 class KvConsoleFormat
 {
 public:
-    // A stored or signalled message. `me` is the signed-in user, needed to
-    // tell which conversation a row read back from the store belongs to.
-    static QJsonObject message(const KvFriendMessageData &row, const QString &me);
+    // A stored or signalled message. Rows read back from the store do not
+    // know whether they are a group's; the caller sets `isGroup` for them.
+    static QJsonObject message(const KvFriendMessageData &row);
     static QJsonObject user(const KvUserInfoBase &info);
     static QJsonObject enterprise(const KvGroupInfo &info);
-
-    // The conversation of a row: the peer of a one-to-one message, the
-    // enterprise of a group message. Rows read back from the store do not say
-    // whether they are a group's; a received row addressed to somebody else
-    // than `me` can only be one.
-    static QString conversationKey(const KvFriendMessageData &row, const QString &me);
-    static bool isGroupRow(const KvFriendMessageData &row, const QString &me);
 
     // "[##########----------]  50%  name", `width` marks wide.
     static QString progressBar(double fraction, int width, const QString &name);

@@ -537,7 +537,7 @@ KvConsoleHost::Outcome KvConsoleHost::send(const KvConsoleCommand &command)
         return failure(ExitFailed, QStringLiteral("the message did not reach the store"));
 
     Outcome outcome;
-    outcome.data.insert(QStringLiteral("message"), KvConsoleFormat::message(m_sendRow, me()));
+    outcome.data.insert(QStringLiteral("message"), KvConsoleFormat::message(m_sendRow));
     if (m_sendRow.status != 6) {
         outcome.code = ExitFailed;
         outcome.error = QStringLiteral("the server did not acknowledge the message");
@@ -594,11 +594,18 @@ KvConsoleHost::Outcome KvConsoleHost::conversations()
                      [](const KvFriendMessageData &a, const KvFriendMessageData &b) { return a.time > b.time; });
     const QString self = me();
     QJsonArray list;
-    for (const KvFriendMessageData &row : qAsConst(rows)) {
+    for (KvFriendMessageData row : qAsConst(rows)) {
+        // A row read back does not say whether it is a group's. Received rows
+        // addressed to somebody else are a group's, or an agent's from the
+        // customer-service entry: only the group's table tells them apart.
+        if (!row.isSend && row.toUserId != self) {
+            QList<KvFriendMessageData> probe;
+            row.isGroup = m_messages->messages(row.toUserId, true, probe);
+        }
         list.append(QJsonObject{
-            {QStringLiteral("with"), KvConsoleFormat::conversationKey(row, self)},
-            {QStringLiteral("group"), KvConsoleFormat::isGroupRow(row, self)},
-            {QStringLiteral("last"), KvConsoleFormat::message(row, self)},
+            {QStringLiteral("with"), conversationUser(row)},
+            {QStringLiteral("group"), row.isGroup},
+            {QStringLiteral("last"), KvConsoleFormat::message(row)},
         });
     }
     Outcome outcome;
@@ -610,12 +617,13 @@ KvConsoleHost::Outcome KvConsoleHost::show(const QString &with, bool group)
 {
     QList<KvFriendMessageData> rows;
     m_messages->messages(with, group, rows);
-    const QString self = me();
+    // Oldest first; rows of the same second keep the order the store gave them.
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const KvFriendMessageData &a, const KvFriendMessageData &b) { return a.time < b.time; });
     QJsonArray list;
-    for (auto row = rows.crbegin(); row != rows.crend(); ++row) {
-        KvFriendMessageData copy = *row;
-        copy.isGroup = group;
-        list.append(KvConsoleFormat::message(copy, self));
+    for (KvFriendMessageData row : qAsConst(rows)) {
+        row.isGroup = group;
+        list.append(KvConsoleFormat::message(row));
     }
     Outcome outcome;
     outcome.data.insert(QStringLiteral("with"), with);
@@ -733,7 +741,7 @@ void KvConsoleHost::slotNewMessage(KvFriendMessageData row)
         m_sendRow = row;
         m_sendDone = true;
     }
-    event(QStringLiteral("message"), KvConsoleFormat::message(row, me()));
+    event(QStringLiteral("message"), KvConsoleFormat::message(row));
 }
 
 void KvConsoleHost::slotMessageStateUpdate(KvFriendMessageData row)
@@ -742,7 +750,7 @@ void KvConsoleHost::slotMessageStateUpdate(KvFriendMessageData row)
         m_sendRow = row;
         m_sendDone = true;
     }
-    event(QStringLiteral("status"), KvConsoleFormat::message(row, me()));
+    event(QStringLiteral("status"), KvConsoleFormat::message(row));
 }
 
 void KvConsoleHost::slotProgress(QString messageId, double fraction)
