@@ -89,6 +89,10 @@ int main(int argc, char **argv)
 
     std::printf("messages: %d\nreal path: %.0f stored/s\nplain INSERT loop: %.0f rows/s\nratio real/plain: %.2f\n",
                 total, realPath, plainLoop, realPath / plainLoop);
+    std::printf("%s\n", QJsonDocument(QJsonObject{{"bench", "messagestore"}, {"messages", total},
+                                                   {"stored", realPath}, {"plainInsert", plainLoop}})
+                             .toJson(QJsonDocument::Compact)
+                             .constData());
     KvUserManager::instance()->logOut();
     QProcess::execute("bash", {QStringLiteral(KVMESS_SERVER_DIR "/fixture.sh"), "stop", fixture});
     return 0;

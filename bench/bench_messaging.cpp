@@ -49,6 +49,33 @@ QString textOf(int framesPerText, int firstIndex)
     return QString::fromUtf8(QJsonDocument(frames).toJson(QJsonDocument::Compact));
 }
 
+// The same texts parsed on one thread with nothing else done: each frame's
+// type, id and data are read, nothing is made or sent. The floor of the work.
+double bareParseRate(const QStringList &payloads, int messages)
+{
+    double best = 0;
+    for (int run = 0; run < 3; ++run) {
+        int seen = 0;
+        QElapsedTimer clock;
+        clock.start();
+        for (const QString &payload : payloads) {
+            const QJsonDocument document = QJsonDocument::fromJson(payload.toUtf8());
+            const QJsonArray frames = document.isArray() ? document.array() : QJsonArray{document.object()};
+            for (const QJsonValue &frame : frames) {
+                const QJsonObject object = frame.toObject();
+                if (!object.value(QStringLiteral("type")).toString().isEmpty()
+                    && !object.value(QStringLiteral("message_id")).toString().isEmpty()
+                    && object.value(QStringLiteral("data")).isObject())
+                    ++seen;
+            }
+        }
+        const double seconds = clock.nsecsElapsed() / 1e9;
+        if (seen == messages)
+            best = qMax(best, seen / seconds);
+    }
+    return best;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -88,7 +115,9 @@ int main(int argc, char **argv)
         return 1;
     }
 
-    std::printf("%-18s %12s %14s %14s\n", "frames per text", "messages", "messages/s", "texts/s");
+    std::printf("%-18s %12s %14s %14s %16s\n", "frames per text", "messages", "messages/s", "texts/s",
+                "bare parse/s");
+    QJsonArray results;
     for (int framesPerText : {1, 100}) {
         const int texts = messagesPerRun / framesPerText;
         QStringList payloads;
@@ -113,7 +142,13 @@ int main(int argc, char **argv)
             target = -1;
             best = qMax(best, received / seconds);
         }
-        std::printf("%-18d %12d %14.0f %14.0f\n", framesPerText, texts * framesPerText, best, best / framesPerText);
+        const double bare = bareParseRate(payloads, texts * framesPerText);
+        std::printf("%-18d %12d %14.0f %14.0f %16.0f\n", framesPerText, texts * framesPerText, best,
+                    best / framesPerText, bare);
+        results.append(QJsonObject{{"framesPerText", framesPerText}, {"dispatch", best}, {"bareParse", bare}});
     }
+    std::printf("%s\n", QJsonDocument(QJsonObject{{"bench", "messaging"}, {"results", results}})
+                             .toJson(QJsonDocument::Compact)
+                             .constData());
     return 0;
 }
