@@ -1,12 +1,10 @@
 #!/usr/bin/env bash
-# The main job: builds and installs the module, then runs the reference server
-# with the demo accounts in a temporary folder until interrupted (Ctrl-C).
+# The main job: builds the module and its console host, starts the reference
+# server with the demo accounts in a temporary folder, plays a short
+# conversation between zhangwei and chenjing through two console hosts, prints
+# what each side stored, and stops the server.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
-"$here/scripts/build.sh"
+"$here/scripts/build.sh" --target kvmess-console
 build="${KVMESS_BUILD_DIR:-$here/build}"
-cmake --install "$build" --prefix "$build/prefix"
-echo "KvMess installed under $build/prefix (find_package(KvMess) with CMAKE_PREFIX_PATH=$build/prefix)"
-data="$(mktemp -d)"
-trap 'rm -rf "$data"' EXIT
-exec /usr/bin/python3 "$here/server/run_server.py" --data "$data"
+exec /usr/bin/python3 "$here/scripts/demo.py" --console "$build/apps/console/kvmess-console" "$@"

@@ -595,10 +595,9 @@ KvConsoleHost::Outcome KvConsoleHost::conversations()
     const QString self = me();
     QJsonArray list;
     for (KvFriendMessageData row : qAsConst(rows)) {
-        // A row read back does not say whether it is a group's. Received rows
-        // addressed to somebody else are a group's, or an agent's from the
-        // customer-service entry: only the group's table tells them apart.
-        if (!row.isSend && row.toUserId != self) {
+        // A row read back does not say whether it is a group's, and an address
+        // alone does not tell an enterprise from a user: the tables do.
+        if (row.toUserId != self) {
             QList<KvFriendMessageData> probe;
             row.isGroup = m_messages->messages(row.toUserId, true, probe);
         }
