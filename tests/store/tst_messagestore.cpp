@@ -1,6 +1,7 @@
 #include "account/usermanager.h"
 #include "fakehttpserver.h"
 #include "messaging/wscommunicationmanager.h"
+#include "messaging/wscommunicationtesthook_p.h"
 #include "platform/browserdialog.h"
 #include "referenceserver.h"
 #include "store/friendmessagemanager.h"
@@ -94,6 +95,7 @@ private:
 
 void TestMessageStore::initTestCase()
 {
+    KvWSCommunicationTestHook::setTimeScale(0.01);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath("settings"));
     KvUserManager::openSettings()->setValue("userWorkPath", m_dir.filePath("work/not/yet"));
     QVERIFY(ReferenceServer::useFixture());
@@ -156,6 +158,21 @@ void TestMessageStore::signInOpensTheUsersFile()
     QTRY_COMPARE(storeConnections().size(), 3);
     for (const QString &name : storeConnections())
         QVERIFY(name.startsWith(QStringLiteral("friend_connect_%1_").arg(m_me)));
+    // A connection only serves the thread that opened it: two belong to this
+    // thread, the worker's to none that the test can reach.
+    const auto usableHere = [] {
+        int usable = 0;
+        for (const QString &name : storeConnections())
+            usable += QSqlDatabase::database(name, false).isOpen() ? 1 : 0;
+        return usable;
+    };
+    QCOMPARE(usableHere(), 2);
+    int usableElsewhere = -1;
+    QThread *elsewhere = QThread::create([&] { usableElsewhere = usableHere(); });
+    elsewhere->start();
+    elsewhere->wait();
+    delete elsewhere;
+    QCOMPARE(usableElsewhere, 0);
     QTRY_VERIFY(!rows("MateTable").isEmpty() || ReferenceServer::adminGet("connections").toObject().value("connections").toArray().size() > 0);
 }
 
@@ -325,12 +342,16 @@ void TestMessageStore::catchUpStoresEachMessageOnce()
 {
     const QString table = "FriendMessageTable_" + m_friend;
     QTRY_VERIFY(KvWSCommunicationManager::getDefault()->isConnected());
+    // The server stops listening for a moment, so that the messages below
+    // can only arrive by catching up.
+    ReferenceServer::adminPost("refuse", {{"seconds", 1}, {"mode", "tcp"}});
     ReferenceServer::adminPost("close", {{"username", m_me}, {"mode", "abort"}});
     QTRY_VERIFY(!KvWSCommunicationManager::getDefault()->isConnected());
     const int before = rows(table).size();
     for (int i = 0; i < 3; ++i)
         push("BBC", {{"text", QStringLiteral("while away %1").arg(i)}}, m_friend, {m_me});
-    KvWSCommunicationManager::getDefault()->forceStart();
+    // The link comes back on its own reconnect timer, shortened here.
+    QTRY_VERIFY(KvWSCommunicationTestHook::reconnectTimerInterval(KvWSCommunicationManager::getDefault()) > 0);
     QTRY_COMPARE(rows(table).size(), before + 3);
     QTest::qWait(300);
     QCOMPARE(rows(table).size(), before + 3);
