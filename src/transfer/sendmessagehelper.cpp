@@ -72,6 +72,28 @@ KvFriendMessageManager *messageStore()
     return KvUserCommManager::instance()->friendMessageManager();
 }
 
+// One blocking request with its own manager, which takes the reply and the
+// form with it when the call ends. Gives the deciphered body.
+QByteArray postForm(const char *path, QHttpMultiPart *multiPart, QNetworkReply::NetworkError *error)
+{
+    KvSynchroNetworkAccessManger manager;
+    QNetworkReply *reply = manager.post(fileServiceRequest(path), multiPart);
+    multiPart->setParent(reply);
+    const QByteArray body = KvEncrypter::decrypt(reply->readAll(), false);
+    if (error)
+        *error = reply->error();
+    reply->deleteLater();
+    return body;
+}
+
+QByteArray postCheck(const QHttpPart &md5Part, const QHttpPart &blockPart, QNetworkReply::NetworkError *error)
+{
+    auto *multiPart = new QHttpMultiPart(QHttpMultiPart::FormDataType);
+    multiPart->append(md5Part);
+    multiPart->append(blockPart);
+    return postForm("/message/file/fsfa", multiPart, error);
+}
+
 void reportProgress(const QString &messageId, double progress)
 {
     Mc::eventDispatcher()->submitEvent_helper(UploadProgressEvent, {messageId, progress});
@@ -231,15 +253,8 @@ bool KvSendMessageHelper::decodeUploadResp(const QByteArray &data, QString &id, 
 bool KvSendMessageHelper::checkFileUpload(const QHttpPart &md5Part, const QHttpPart &blockPart, QString &id,
                                           QString &title, qint64 &size, QString &src, QString &md5, int *index)
 {
-    auto *multiPart = new QHttpMultiPart(QHttpMultiPart::FormDataType);
-    multiPart->append(md5Part);
-    multiPart->append(blockPart);
-    KvSynchroNetworkAccessManger manager;
-    QNetworkReply *reply = manager.post(fileServiceRequest("/message/file/fsfa"), multiPart);
-    multiPart->setParent(reply);
-    const QByteArray body = KvEncrypter::decrypt(reply->readAll(), false);
-    const QNetworkReply::NetworkError error = reply->error();
-    reply->deleteLater();
+    QNetworkReply::NetworkError error = QNetworkReply::NoError;
+    const QByteArray body = postCheck(md5Part, blockPart, &error);
     if (error != QNetworkReply::NoError) {
         qCInfo(kvTransfer).noquote() << QStringLiteral("检测文件是否已上传到服务器失败: ") << errorName(error)
                                      << QString::fromUtf8(body);
@@ -263,16 +278,7 @@ bool KvSendMessageHelper::uploadToServer(const QString &filePath, QString &id, Q
 
     // The service expects the check twice before the first block; the second
     // answer is not read.
-    {
-        auto *multiPart = new QHttpMultiPart(QHttpMultiPart::FormDataType);
-        multiPart->append(md5Part);
-        multiPart->append(blockPart);
-        KvSynchroNetworkAccessManger manager;
-        QNetworkReply *reply = manager.post(fileServiceRequest("/message/file/fsfa"), multiPart);
-        multiPart->setParent(reply);
-        KvEncrypter::decrypt(reply->readAll(), false);
-        reply->deleteLater();
-    }
+    postCheck(md5Part, blockPart, nullptr);
 
     const QFileInfo info(filePath);
     const qint64 total = info.size();
@@ -309,19 +315,14 @@ bool KvSendMessageHelper::uploadToServer(const QString &filePath, QString &id, Q
         multiPart->append(totalPart);
         multiPart->append(blockPart);
 
-        KvSynchroNetworkAccessManger manager;
-        QNetworkReply *reply = manager.post(fileServiceRequest("/message/file/fsf"), multiPart);
-        multiPart->setParent(reply);
-        const QByteArray body = KvEncrypter::decrypt(reply->readAll(), false);
-        const QNetworkReply::NetworkError error = reply->error();
+        QNetworkReply::NetworkError error = QNetworkReply::NoError;
+        const QByteArray body = postForm("/message/file/fsf", multiPart, &error);
         if (error != QNetworkReply::NoError) {
             qCInfo(kvTransfer).noquote() << QStringLiteral("上传文件到服务器失败: ") << errorName(error)
                                          << QString::fromUtf8(body);
-            reply->deleteLater();
             file.close();
             return false;
         }
-        reply->deleteLater();
 
         const bool last = block == count - 1;
         if (!messageId.isEmpty())
