@@ -3,7 +3,7 @@
 #include <QString>
 
 // The statements of the friend, unread and enterprise tables, used word for
-// word: like the message tables, their text is part of the file format.
+// word: like the message tables, their text belongs to the file format.
 namespace KvFriendStatements {
 
 inline const QString tableName = QStringLiteral("FriendTable");
