@@ -14,7 +14,8 @@ namespace KvEnterpriseTable {
 
 namespace Sql = KvEnterpriseStatements;
 using KvStatementResult::failed;
-using KvStatementResult::run;
+using KvStatementResult::firstColumn;
+using KvStatementResult::runWith;
 using KvFriendTable::portraitBytes;
 using KvFriendTable::portraitFromBytes;
 
@@ -118,48 +119,24 @@ bool enterprises(KvDataAdapter *adapter, QString &error, QList<KvGroupInfo> &lis
 
 bool insertEnterprise(KvDataAdapter *adapter, QString &error, const KvGroupInfo &info)
 {
-    if (!adapter)
-        return false;
-    QSqlQuery query = adapter->sqlQuery(Sql::insertRow.arg(Sql::tableName));
-    query.bindValue(0, info.enterpriseId);
-    query.bindValue(1, info.name);
-    query.bindValue(2, portraitBytes(info.headPortrait));
-    query.bindValue(3, staffsToJson(info.staffs));
-    return run(query, error);
+    return runWith(adapter, error, Sql::insertRow.arg(Sql::tableName),
+                   {info.enterpriseId, info.name, portraitBytes(info.headPortrait), staffsToJson(info.staffs)});
 }
 
 bool updateEnterprise(KvDataAdapter *adapter, QString &error, const KvGroupInfo &info)
 {
-    if (!adapter)
-        return false;
-    QSqlQuery query = adapter->sqlQuery(Sql::updateRow.arg(Sql::tableName));
-    query.bindValue(0, info.name);
-    query.bindValue(1, portraitBytes(info.headPortrait));
-    query.bindValue(2, staffsToJson(info.staffs));
-    query.bindValue(3, info.enterpriseId);
-    return run(query, error);
+    return runWith(adapter, error, Sql::updateRow.arg(Sql::tableName),
+                   {info.name, portraitBytes(info.headPortrait), staffsToJson(info.staffs), info.enterpriseId});
 }
 
 bool removeEnterprise(KvDataAdapter *adapter, QString &error, const QString &id)
 {
-    if (!adapter)
-        return false;
-    QSqlQuery query = adapter->sqlQuery(Sql::deleteRow.arg(Sql::tableName));
-    query.bindValue(0, id);
-    return run(query, error);
+    return runWith(adapter, error, Sql::deleteRow.arg(Sql::tableName), {id});
 }
 
 QStringList storedEnterpriseIds(KvDataAdapter *adapter, QString &error)
 {
-    QStringList result;
-    if (!adapter)
-        return result;
-    QSqlQuery query = adapter->sqlQuery(Sql::selectIds.arg(Sql::tableName));
-    if (failed(query, error))
-        return result;
-    while (query.next())
-        result.append(query.value(0).toString());
-    return result;
+    return firstColumn(adapter, error, Sql::selectIds.arg(Sql::tableName));
 }
 
 } // namespace KvEnterpriseTable

@@ -12,7 +12,8 @@ namespace KvFriendTable {
 
 namespace Sql = KvFriendStatements;
 using KvStatementResult::failed;
-using KvStatementResult::run;
+using KvStatementResult::firstColumn;
+using KvStatementResult::runWith;
 
 QByteArray portraitBytes(const QPixmap &portrait)
 {
@@ -91,56 +92,26 @@ bool allFriends(KvDataAdapter *adapter, QString &error, QList<KvUserInfoFriend> 
 
 bool insertFriend(KvDataAdapter *adapter, QString &error, const KvUserInfoFriend &info)
 {
-    if (!adapter)
-        return false;
-    QSqlQuery query = adapter->sqlQuery(Sql::insertRow.arg(Sql::tableName));
-    query.bindValue(0, info.userName);
-    query.bindValue(1, info.phone);
-    query.bindValue(2, portraitBytes(info.headPortrait));
-    query.bindValue(3, info.nickName);
-    query.bindValue(4, info.sex);
-    query.bindValue(5, info.hometown);
-    query.bindValue(6, info.location);
-    query.bindValue(7, info.signature);
-    return run(query, error);
+    return runWith(adapter, error, Sql::insertRow.arg(Sql::tableName),
+                   {info.userName, info.phone, portraitBytes(info.headPortrait), info.nickName, info.sex,
+                    info.hometown, info.location, info.signature});
 }
 
 bool updateFriend(KvDataAdapter *adapter, QString &error, const KvUserInfoFriend &info)
 {
-    if (!adapter)
-        return false;
-    QSqlQuery query = adapter->sqlQuery(Sql::updateRow.arg(Sql::tableName));
-    query.bindValue(0, info.phone);
-    query.bindValue(1, portraitBytes(info.headPortrait));
-    query.bindValue(2, info.nickName);
-    query.bindValue(3, info.sex);
-    query.bindValue(4, info.hometown);
-    query.bindValue(5, info.location);
-    query.bindValue(6, info.signature);
-    query.bindValue(7, info.userName);
-    return run(query, error);
+    return runWith(adapter, error, Sql::updateRow.arg(Sql::tableName),
+                   {info.phone, portraitBytes(info.headPortrait), info.nickName, info.sex, info.hometown,
+                    info.location, info.signature, info.userName});
 }
 
 bool removeFriendRow(KvDataAdapter *adapter, QString &error, const QString &userName)
 {
-    if (!adapter)
-        return false;
-    QSqlQuery query = adapter->sqlQuery(Sql::deleteRow.arg(Sql::tableName));
-    query.bindValue(0, userName);
-    return run(query, error);
+    return runWith(adapter, error, Sql::deleteRow.arg(Sql::tableName), {userName});
 }
 
 QStringList storedFriendNames(KvDataAdapter *adapter, QString &error)
 {
-    QStringList result;
-    if (!adapter)
-        return result;
-    QSqlQuery query = adapter->sqlQuery(Sql::selectNames.arg(Sql::tableName));
-    if (failed(query, error))
-        return result;
-    while (query.next())
-        result.append(query.value(0).toString());
-    return result;
+    return firstColumn(adapter, error, Sql::selectNames.arg(Sql::tableName));
 }
 
 } // namespace KvFriendTable
