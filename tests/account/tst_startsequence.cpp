@@ -24,7 +24,6 @@ private Q_SLOTS:
 private:
     QJsonObject start(const QStringList &commands = {});
     bool connectedWith(const QString &token);
-    void storeSetting(const QString &key, const QVariant &value);
 
     std::unique_ptr<QTemporaryDir> m_settings;
     QString m_user;
@@ -65,13 +64,6 @@ bool TestStartSequence::connectedWith(const QString &token)
     return false;
 }
 
-void TestStartSequence::storeSetting(const QString &key, const QVariant &value)
-{
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings->path());
-    QSettings settings(QSettings::IniFormat, QSettings::UserScope, "KavoraPro", "User");
-    settings.setValue(key, value);
-}
-
 void TestStartSequence::firstStartIsAVisitorWhoseNameIsKept()
 {
     const QJsonObject first = start();
@@ -107,7 +99,9 @@ void TestStartSequence::storedTokenSignsIn()
 
 void TestStartSequence::refusedTokenFallsBackAndIsKept()
 {
-    storeSetting("Token", KvEncrypter::encrypt("no-such-token", false));
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings->path());
+    QSettings(QSettings::IniFormat, QSettings::UserScope, "KavoraPro", "User")
+        .setValue("Token", KvEncrypter::encrypt("no-such-token", false));
     const QJsonObject run = start();
     QCOMPARE(run.value("isLogin").toBool(), false);
     QCOMPARE(run.value("signals").toArray(), (QJsonArray{"visitor", "visitorEnd", "needManual"}));
