@@ -110,7 +110,6 @@ private Q_SLOTS:
     void logoutDropsToTheVisitor();
 
 private:
-    QJsonObject createAccount(const QString &prefix);
     QVariant setting(const QString &key) { return KvUserManager::openSettings()->value(key); }
     QString storedToken() { return QString::fromLatin1(KvEncrypter::decrypt(setting("Token").toByteArray(), false)); }
 
@@ -121,27 +120,15 @@ private:
     KvUserManager *m_manager = nullptr;
 };
 
-QJsonObject TestUserManager::createAccount(const QString &prefix)
-{
-    static int serial = 0;
-    const QString suffix = QString::number(QDateTime::currentMSecsSinceEpoch() % 1000000000 + ++serial);
-    const QJsonObject account{{"username", prefix + suffix},
-                              {"password", password},
-                              {"phone", "139" + suffix.right(8).rightJustified(8, '0')},
-                              {"nickname", QStringLiteral(" 测试%1 ").arg(prefix)},
-                              {"sex", 2},
-                              {"hometown", QStringLiteral("湖北武汉")},
-                              {"location", QStringLiteral("北京")},
-                              {"signature", QStringLiteral("hello")}};
-    const QJsonObject created = ReferenceServer::adminPost("accounts", account).toObject();
-    return created.contains("error") ? QJsonObject() : account;
-}
-
 void TestUserManager::initTestCase()
 {
     QVERIFY(m_settingsDir.isValid());
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settingsDir.path());
     QVERIFY2(ReferenceServer::useFixture(), "the reference server fixture is not running");
+    const auto createAccount = [](const QString &prefix) {
+        return ReferenceServer::createAccount(prefix, password, {{"nickname", QStringLiteral(" 测试%1 ").arg(prefix)},
+                                                                 {"location", QStringLiteral("北京")}});
+    };
     m_alice = createAccount("alice");
     m_bob = createAccount("bob");
     m_carol = createAccount("carol");
