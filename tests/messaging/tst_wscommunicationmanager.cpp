@@ -201,19 +201,14 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("expectedSignals");
         QTest::newRow("invalid JSON") << R"({"type":"BBC","message_id":"x")" << QStringList();
         QTest::newRow("number") << "7" << QStringList();
-        QTest::newRow("array of non-objects") << R"([1,"BBC",null])" << QStringList();
         QTest::newRow("no type") << R"({"message_id":"x","data":{}})" << QStringList();
-        QTest::newRow("empty type") << R"({"type":"","message_id":"x"})" << QStringList();
-        QTest::newRow("unknown type") << R"({"type":"ZZZ","message_id":"x"})" << QStringList();
-        QTest::newRow("lower-case type") << R"({"type":"zzn","message_id":"x"})" << QStringList();
-        QTest::newRow("acknowledgement of nothing") << R"({"type":"SSS","sid":"s","message_id":"x"})"
-                                                    << QStringList();
         QTest::newRow("chat without id: shown, not acknowledged") << R"({"type":"BBC","data":{"content":"c"}})"
                                                                   << QStringList{"chat:"};
     }
 
     // Each text is followed by a good one: its acknowledgement must be the
-    // first and hold that one's id alone.
+    // first and hold that one's id alone. Elements dropped inside an array
+    // (unknown, lower-case, non-objects, SSS of nothing) are in receivedText.
     void droppedText()
     {
         QFETCH(QString, text);
@@ -314,7 +309,8 @@ private Q_SLOTS:
         QTRY_VERIFY(Hook::heartbeatCount(&manager) >= 2);
 
         link.server.dropClient();
-        QVERIFY(errors.wait());
+        // Emitted on the connection's thread, perhaps before a wait() could begin.
+        QTRY_COMPARE(errors.count(), 1);
         QCOMPARE(errors.first().first().value<QAbstractSocket::SocketError>(), QAbstractSocket::RemoteHostClosedError);
         QTRY_COMPARE(disconnected.count(), 1);
         QVERIFY(!Hook::heartbeatActive(&manager));
@@ -331,7 +327,7 @@ private Q_SLOTS:
         link.server.stopListening();
         QSignalSpy errors(&manager, &KvWSCommunicationManager::onError);
         manager.setToken(QStringLiteral("t"));
-        QVERIFY(errors.wait());
+        QTRY_COMPARE(errors.count(), 1);
         QCOMPARE(Hook::reconnectTimerInterval(&manager), 3000);
 
         Hook::setOnline(&manager, true);

@@ -151,7 +151,6 @@ private Q_SLOTS:
                                                  << QByteArray(R"({"content":"hi","font":{"b":1}})");
         QTest::newRow("file keeps unknown keys") << "BBA" << QByteArray(R"({"id":"1","size":1,"x":[1]})")
                                                  << QByteArray(R"({"id":"1","size":1,"x":[1]})");
-        QTest::newRow("picture, not an object") << "BBB" << QByteArray(R"(["odd"])") << QByteArray(R"(["odd"])");
         QTest::newRow("notice") << "ZZO" << QByteArray(R"({"url":"u","notice":{"id":7}})")
                                 << QByteArray(R"({"url":"u","notice":{"id":7}})");
         QTest::newRow("agent") << "BBK" << QByteArray(R"({"customer_service":{"username":"a"},"x":1})")
