@@ -10,27 +10,16 @@
 
 namespace {
 
-// Runs `work` on a thread of its own with its own adapter; gives the number of failed statements.
-class AdapterThread : public QThread
+// Runs `work` with an adapter of its own on a new thread; `failures` gets the
+// number of failed statements, or -1 when the adapter did not open.
+QThread *adapterThread(const QString &connection, const QString &file, int &failures,
+                       const std::function<int(KvDataAdapter *)> &work)
 {
-public:
-    AdapterThread(QString connection, QString file, std::function<int(KvDataAdapter *)> work)
-        : m_connection(std::move(connection)), m_file(std::move(file)), m_work(std::move(work)) {}
-
-    int failures = -1;
-
-protected:
-    void run() override
-    {
-        std::unique_ptr<KvDataAdapter> adapter(KvDataBaseFactory::createSqliteAdapter(m_connection, m_file));
-        failures = adapter->open() ? m_work(adapter.get()) : -1;
-    }
-
-private:
-    QString m_connection;
-    QString m_file;
-    std::function<int(KvDataAdapter *)> m_work;
-};
+    return QThread::create([=, &failures] {
+        std::unique_ptr<KvDataAdapter> adapter(KvDataBaseFactory::createSqliteAdapter(connection, file));
+        failures = adapter->open() ? work(adapter.get()) : -1;
+    });
+}
 
 } // namespace
 
@@ -134,7 +123,9 @@ void TestSqliteAdapter::writerAndReaderOnTwoThreads()
 {
     const QString file = m_dir->filePath("u.db");
     const int rows = 1500;
-    AdapterThread writer(QStringLiteral("writer"), file, [rows](KvDataAdapter *adapter) {
+    int writerFailures = -1;
+    int readerFailures = -1;
+    std::unique_ptr<QThread> writer(adapterThread("writer", file, writerFailures, [rows](KvDataAdapter *adapter) {
         int failed = 0;
         for (int i = 0; i < rows; ++i) {
             QSqlQuery insert = adapter->sqlQuery("INSERT INTO t (content) VALUES (?)");
@@ -143,11 +134,11 @@ void TestSqliteAdapter::writerAndReaderOnTwoThreads()
                 ++failed;
         }
         return failed;
-    });
-    AdapterThread reader(QStringLiteral("reader"), file, [&writer](KvDataAdapter *adapter) {
+    }));
+    std::unique_ptr<QThread> reader(adapterThread("reader", file, readerFailures, [&writer](KvDataAdapter *adapter) {
         int failed = 0;
         int last = 0;
-        while (!writer.isFinished() || last < 1500) {
+        while (!writer->isFinished() || last < 1500) {
             QSqlQuery count = adapter->sqlQuery("SELECT count(*), max(id) FROM t");
             if (count.lastError().isValid() || !count.next()) {
                 ++failed;
@@ -159,13 +150,13 @@ void TestSqliteAdapter::writerAndReaderOnTwoThreads()
             last = now;
         }
         return failed;
-    });
-    writer.start();
-    reader.start();
-    QVERIFY(writer.wait(60000));
-    QVERIFY(reader.wait(60000));
-    QCOMPARE(writer.failures, 0);
-    QCOMPARE(reader.failures, 0);
+    }));
+    writer->start();
+    reader->start();
+    QVERIFY(writer->wait(60000));
+    QVERIFY(reader->wait(60000));
+    QCOMPARE(writerFailures, 0);
+    QCOMPARE(readerFailures, 0);
     QCOMPARE(scalar("SELECT count(*) FROM t").toInt(), rows);
 }
 
