@@ -97,7 +97,6 @@ void TestMcEventDispatcher::argumentsMustFitTheDeclaredTypes_data()
     QTest::newRow("int converts to double") << QVariantList{QStringLiteral("id"), 1} << true;
     QTest::newRow("extra argument ignored") << QVariantList{QStringLiteral("id"), 0.5, true} << true;
     QTest::newRow("too few") << QVariantList{QStringLiteral("id")} << false;
-    QTest::newRow("none") << QVariantList{} << false;
     QTest::newRow("no conversion") << QVariantList{QStringLiteral("id"), QVariant::fromValue(QPoint(1, 2))} << false;
 }
 
