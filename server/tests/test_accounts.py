@@ -1,5 +1,4 @@
 import json
-import os
 
 import pytest
 
@@ -101,9 +100,7 @@ def _tampered(cipher):
 @pytest.mark.parametrize("make", [
     lambda c: b"",
     lambda c: b"not enciphered at all",
-    lambda c: os.urandom(64),
     _tampered,
-    lambda c: c.encrypt(b'{"username": "zhangwei", "password": "kv123456"}')[:-3],
     lambda c: c.encrypt(b"{not json"),
     lambda c: c.encrypt(b'["a list"]'),
     lambda c: c.encrypt(b"\xff\xfe"),
