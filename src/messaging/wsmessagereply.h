@@ -8,6 +8,8 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <atomic>
+
 class KvWSCommunicationPrivate;
 
 // Follows one sent message until the server acknowledges it. Made by the
@@ -71,7 +73,8 @@ private:
 
     KvWSMessagePtr m_message;
     KvWSMessageError m_errorCode = NoError;
-    bool m_running = false;
+    // Set by the sender's thread, cleared by the connection's.
+    std::atomic<bool> m_running{false};
     QTimer m_timeoutTimer;
     // Not owned; guarded because a reply may outlive the connection.
     QPointer<KvWSCommunicationPrivate> m_communicationPrivate;

@@ -126,7 +126,6 @@ private:
 
 void KvSendMessageHelperTest::initTestCase()
 {
-    KvWSCommunicationTestHook::setTimeScale(0.05);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath("settings"));
     KvUserManager::openSettings()->setValue("userWorkPath", m_dir.filePath("work"));
     QVERIFY(ReferenceServer::useFixture());
@@ -377,7 +376,8 @@ void KvSendMessageHelperTest::sendsReachTheirStatus()
     else
         QVERIFY(KvSendMessageHelper::sendFileMessage(path, m_peer, false, false, QString()));
 
-    QTRY_VERIFY(added(before).size() == 1 && added(before).first().status == 6);
+    QTRY_COMPARE(added(before).size(), 1);
+    QTRY_COMPARE(added(before).first().status, 6);
     const KvFriendMessageData sent = added(before).first();
     QCOMPARE(sent.type, kind);
     QVERIFY(sent.isSend);
@@ -393,7 +393,8 @@ void KvSendMessageHelperTest::sendsReachTheirStatus()
 
 void KvSendMessageHelperTest::textWithoutLinkFails()
 {
-    ReferenceServer::adminPost("refuse", {{"seconds", 3}, {"mode", "tcp"}});
+    // Short acknowledgement time-out and reconnect delay for this case only.
+    KvWSCommunicationTestHook::setTimeScale(0.05);
     ReferenceServer::adminPost("close", {{"username", m_me}, {"mode", "abort"}});
     QTRY_VERIFY(!KvWSCommunicationManager::getDefault()->isConnected());
     const QList<KvFriendMessageData> before = conversation();
@@ -402,6 +403,7 @@ void KvSendMessageHelperTest::textWithoutLinkFails()
     QCOMPARE(added(before).first().status, 7);
     QVERIFY(added(before).first().content.contains("lost"));
     QTRY_VERIFY_WITH_TIMEOUT(KvWSCommunicationManager::getDefault()->isConnected(), 15000);
+    KvWSCommunicationTestHook::setTimeScale(1);
 }
 
 void KvSendMessageHelperTest::failedUploads()
@@ -425,8 +427,6 @@ void KvSendMessageHelperTest::failedUploads()
 
 void KvSendMessageHelperTest::preparedFileForTheOwnAccount()
 {
-    // Real acknowledgement time-out: the held "SSS" must not expire the send.
-    KvWSCommunicationTestHook::setTimeScale(1);
     const QString path = makeFile(2000);
     ReferenceServer::adminPost("hold_sss", {{"on", true}});
     const QString id = KvSendMessageHelper::prepareToSendFile(path);
@@ -443,7 +443,6 @@ void KvSendMessageHelperTest::preparedFileForTheOwnAccount()
     QTRY_VERIFY(row(id, data, m_me) && data.status == 12);
     ReferenceServer::adminPost("hold_sss", {{"on", false}});
     QTRY_VERIFY(row(id, data, m_me) && data.status == 6);
-    KvWSCommunicationTestHook::setTimeScale(0.05);
     const QList<KvFriendMessageData> own = conversation(m_me);
     QCOMPARE(std::count_if(own.cbegin(), own.cend(), [&](const auto &m) { return m.messageLocalId == id; }), 1);
 }
