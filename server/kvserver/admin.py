@@ -49,6 +49,7 @@ class AdminApi:
             web.get("/admin/", self.info),
             web.get("/admin/accounts", self.accounts),
             web.post("/admin/accounts", self.create_account),
+            web.post("/admin/profile", self.change_profile),
             web.post("/admin/enterprises", self.create_enterprise),
             web.get("/admin/enterprises", self.enterprises),
             web.post("/admin/friends", self.make_friends),
@@ -117,6 +118,19 @@ class AdminApi:
             raise _Error(409, "account exists")
         acc = self.ctx.create_account(obj)
         return _json(self.account_view(acc))
+
+    async def change_profile(self, request):
+        obj = await self.body(request)
+        name = self.need(obj, "username")
+        if not self.store.account(name):
+            raise _Error(404, "no such account")
+        fields = {k: obj[k] for k in ("phone", "nickname", "sex", "hometown", "location", "signature")
+                  if k in obj}
+        if "face" in obj:
+            # false removes the picture; a colour or nothing makes a new one
+            fields["face"] = "" if obj["face"] is False else self.ctx._face_key(obj["face"] or None, name)
+        self.store.update_account(name, **fields)
+        return _json(self.account_view(self.store.account(name)))
 
     async def create_enterprise(self, request):
         obj = await self.body(request)

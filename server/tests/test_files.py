@@ -95,19 +95,13 @@ async def test_a_missing_block_fails_the_last_one(client, token):
     assert await check(client, token, md5) == {"index": 0}
 
 
-@pytest.mark.parametrize("parts", [
-    [("md5", "not-an-md5", None), ("block", BLOCK, None)],
-    [("block", BLOCK, None)],
+@pytest.mark.parametrize("md5,known_token,code", [
+    ("not-an-md5", True, 400), (None, True, 400), ("0" * 32, False, 401),
 ])
-async def test_bad_check_requests(client, token, parts):
-    status, reply = await client.multipart("message/file/fsfa", parts, token)
-    assert status == 200 and reply["code"] == 400
-
-
-async def test_file_service_needs_a_known_token(client):
-    status, reply = await client.multipart(
-        "message/file/fsfa", [("md5", "0" * 32, None), ("block", BLOCK, None)], "bogus")
-    assert reply["code"] == 401
+async def test_bad_check_requests(client, token, md5, known_token, code):
+    parts = ([("md5", md5, None)] if md5 else []) + [("block", BLOCK, None)]
+    status, reply = await client.multipart("message/file/fsfa", parts, token if known_token else "bogus")
+    assert status == 200 and reply["code"] == code
 
 
 async def test_request_log_keeps_part_headers_in_order(client, token):

@@ -155,16 +155,15 @@ QSharedPointer<KvWSMessageReply> KvWSCommunicationPrivate::sendFrame(const KvWSM
 {
     const QString text = QString::fromUtf8(buildFrame(message));
     QSharedPointer<KvWSMessageReply> reply(new KvWSMessageReply(message, this), &QObject::deleteLater);
+    // Running before the frame can leave: the acknowledgement may come back
+    // on the connection's thread before this call returns.
+    reply->m_timeoutTimer.setInterval(scaled(timeoutMs));
+    reply->m_timeoutTimer.start();
+    reply->m_running = true;
     QMetaObject::invokeMethod(this, [this, text, message, reply] {
         m_socket->sendTextMessage(text);
         m_pendingReplies.insert(message->sid(), reply);
     });
-    reply->m_timeoutTimer.setInterval(scaled(timeoutMs));
-    reply->m_timeoutTimer.start();
-    reply->m_running = true;
-    // The server may have answered already, on the connection's thread.
-    if (reply->m_ended)
-        reply->m_running = false;
     return reply;
 }
 

@@ -19,7 +19,6 @@ KvWSMessageReply::~KvWSMessageReply()
 
 void KvWSMessageReply::onFinished(KvWSMessageError error)
 {
-    m_ended = true;
     m_running = false;
     m_errorCode = error;
     // Called on the connection's thread; the timer belongs to the thread that

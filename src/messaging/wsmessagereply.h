@@ -73,10 +73,8 @@ private:
 
     KvWSMessagePtr m_message;
     KvWSMessageError m_errorCode = NoError;
-    // Written by the sender's and the connection's threads: the acknowledgement
-    // can overtake the sender's own `m_running = true`, and m_ended tells it so.
+    // Set by the sender's thread, cleared by the connection's.
     std::atomic<bool> m_running{false};
-    std::atomic<bool> m_ended{false};
     QTimer m_timeoutTimer;
     // Not owned; guarded because a reply may outlive the connection.
     QPointer<KvWSCommunicationPrivate> m_communicationPrivate;

@@ -76,6 +76,11 @@ void KvFriendMessageManager::watchSendReply(const QSharedPointer<KvWSMessageRepl
 {
     if (!reply)
         return;
+    // A file's send ends on a pool thread; the pending list belongs to this one.
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(this, [this, reply, data] { watchSendReply(reply, data); }, Qt::QueuedConnection);
+        return;
+    }
     pendingMessages.insert(reply.data(), PendingSend{reply, data});
     connect(reply.data(), &KvWSMessageReply::finished, this, &KvFriendMessageManager::slotSendMessageFinished);
     if (!reply->isRunning())

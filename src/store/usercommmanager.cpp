@@ -6,7 +6,10 @@
 #include "platform/dataadapter.h"
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
+#include "store/friendmanager.h"
 #include "store/friendmessagemanager.h"
+#include "store/groupmanager.h"
+#include "store/unreadmessagemanager.h"
 #include "store/windowlinks_p.h"
 
 #include <QDir>
@@ -49,7 +52,16 @@ KvUserCommManager *KvUserCommManager::instance()
 KvUserCommManager::KvUserCommManager()
 {
     g_instanceMade = true;
+    m_friendManager = new KvFriendManager(this, this);
     m_friendMessageManager = new KvFriendMessageManager(this, this);
+    connect(m_friendMessageManager, &KvFriendMessageManager::signalFriendRemove, m_friendManager,
+            &KvFriendManager::slotFriendRemove);
+    // Made before any window, so a count is current when a window's own slot
+    // for the same new message runs.
+    m_userUnreadMessageManager = new KvUnreadMessageManager(this, this);
+    connect(m_friendMessageManager, &KvFriendMessageManager::signalNewMessage, m_userUnreadMessageManager,
+            &KvUnreadMessageManager::slotNewMessage);
+    m_enterpriseManager = new KvGroupManager(this, this);
     connect(KvUserManager::instance(), &KvUserManager::signalUserLoginStateChanged, this,
             &KvUserCommManager::slotLoginStateChanged);
     Mc::eventDispatcher()->connectToEventImpl(
@@ -130,7 +142,8 @@ void KvUserCommManager::shutdown()
 
 void KvUserCommManager::clearMgrThread()
 {
-    for (QThread *thread : {&m_friendMessageManager->workThread}) {
+    for (QThread *thread : {&m_friendManager->workThread, &m_friendMessageManager->workThread,
+                            &m_enterpriseManager->workThread}) {
         thread->quit();
         thread->wait(QDeadlineTimer(QDeadlineTimer::Forever));
     }

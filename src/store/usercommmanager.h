@@ -6,7 +6,10 @@
 #include <QString>
 
 class KvDataAdapter;
+class KvFriendManager;
 class KvFriendMessageManager;
+class KvGroupManager;
+class KvUnreadMessageManager;
 
 // Everything kept per signed-in user: one SQLite file,
 // "<work folder>/UserInfo/<user>/<user>.db", and the store objects working on
@@ -29,8 +32,12 @@ public:
     static void closeDb(KvDataAdapter *adapter);
     static QString userWorkPath();
 
+    KvFriendManager *friendManager() const { return m_friendManager; }
     KvFriendMessageManager *friendMessageManager() const { return m_friendMessageManager; }
+    KvGroupManager *enterpriseManager() const { return m_enterpriseManager; }
+    KvUnreadMessageManager *userUnreadMessageManager() const { return m_userUnreadMessageManager; }
 
+    // Ends the friend, message and group workers, in that order, and waits for each.
     void clearMgrThread();
     void openCustomerServiceChat();
     // At application shutdown: ends the workers and closes every connection.
@@ -49,6 +56,9 @@ private:
     void init();
     void clear();
 
+    KvFriendManager *m_friendManager = nullptr;
     KvFriendMessageManager *m_friendMessageManager = nullptr;
+    KvGroupManager *m_enterpriseManager = nullptr;
+    KvUnreadMessageManager *m_userUnreadMessageManager = nullptr;
     KvDataAdapter *dataAdapter = nullptr;
 };

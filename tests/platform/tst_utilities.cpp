@@ -64,8 +64,6 @@ void TestUtilities::fileMd5()
     file.close();
     const QString expected = QString::fromLatin1(QCryptographicHash::hash(content, QCryptographicHash::Md5).toHex());
     QCOMPARE(KvUsuallyUtils::calculateFileMD5(path), expected);
-    if (content == "abc")
-        QCOMPARE(expected, QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
     QVERIFY(KvUsuallyUtils::calculateFileMD5(m_dir.filePath("missing.bin")).isEmpty());
 }
 

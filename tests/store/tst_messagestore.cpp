@@ -1,6 +1,7 @@
 #include "account/usermanager.h"
 #include "fakehttpserver.h"
 #include "messaging/wscommunicationmanager.h"
+#include "messaging/wscommunicationtesthook_p.h"
 #include "platform/browserdialog.h"
 #include "referenceserver.h"
 #include "store/friendmessagemanager.h"
@@ -94,6 +95,7 @@ private:
 
 void TestMessageStore::initTestCase()
 {
+    KvWSCommunicationTestHook::setTimeScale(0.01);
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath("settings"));
     KvUserManager::openSettings()->setValue("userWorkPath", m_dir.filePath("work/not/yet"));
     QVERIFY(ReferenceServer::useFixture());
@@ -152,8 +154,8 @@ void TestMessageStore::signInOpensTheUsersFile()
     QCOMPARE(databases.count(), 1);
     QCOMPARE(databases.first().at(0).toString(), m_dbFile);
     QVERIFY(QFile::exists(m_dbFile));
-    // The manager's own guard, the message manager and its worker.
-    QTRY_COMPARE(storeConnections().size(), 3);
+    // The manager's own guard and the seven of the store objects.
+    QTRY_COMPARE(storeConnections().size(), 8);
     for (const QString &name : storeConnections())
         QVERIFY(name.startsWith(QStringLiteral("friend_connect_%1_").arg(m_me)));
     QTRY_VERIFY(!rows("MateTable").isEmpty() || ReferenceServer::adminGet("connections").toObject().value("connections").toArray().size() > 0);
@@ -166,7 +168,7 @@ void TestMessageStore::repeatedLoginReopensNothing()
     emit KvUserManager::instance()->signalUserLoginStateChanged(true);
     QCOMPARE(databases.count(), 0);
     QCOMPARE(states.count(), 1);
-    QCOMPARE(storeConnections().size(), 3);
+    QCOMPARE(storeConnections().size(), 8);
 }
 
 void TestMessageStore::tablesUseTheExactStatements()
@@ -325,13 +327,17 @@ void TestMessageStore::catchUpStoresEachMessageOnce()
 {
     const QString table = "FriendMessageTable_" + m_friend;
     QTRY_VERIFY(KvWSCommunicationManager::getDefault()->isConnected());
+    // A reconnect delay of 3 s leaves the messages below to the catch-up.
+    KvWSCommunicationTestHook::setTimeScale(0.1);
     ReferenceServer::adminPost("close", {{"username", m_me}, {"mode", "abort"}});
     QTRY_VERIFY(!KvWSCommunicationManager::getDefault()->isConnected());
     const int before = rows(table).size();
     for (int i = 0; i < 3; ++i)
         push("BBC", {{"text", QStringLiteral("while away %1").arg(i)}}, m_friend, {m_me});
-    KvWSCommunicationManager::getDefault()->forceStart();
-    QTRY_COMPARE(rows(table).size(), before + 3);
+    // The link comes back on its own reconnect timer, shortened here.
+    QTRY_VERIFY(KvWSCommunicationTestHook::reconnectTimerInterval(KvWSCommunicationManager::getDefault()) > 0);
+    QTRY_COMPARE_WITH_TIMEOUT(rows(table).size(), before + 3, 10000);
+    KvWSCommunicationTestHook::setTimeScale(0.01);
     QTest::qWait(300);
     QCOMPARE(rows(table).size(), before + 3);
     QSet<QString> ids;
@@ -369,7 +375,7 @@ void TestMessageStore::logoutClosesAndSwitchReopens()
     QVERIFY(KvUserManager::instance()->requestLoginByPassword(m_other, password));
     QCOMPARE(databases.count(), 2);
     QVERIFY(databases.last().at(0).toString().endsWith(QStringLiteral("UserInfo/%1/%1.db").arg(m_other)));
-    QTRY_COMPARE(storeConnections().size(), 3);
+    QTRY_COMPARE(storeConnections().size(), 8);
 }
 
 QTEST_MAIN(TestMessageStore)

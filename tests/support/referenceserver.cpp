@@ -2,6 +2,8 @@
 
 #include "platform/selfservermanager.h"
 
+#include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -80,4 +82,19 @@ QJsonValue ReferenceServer::adminPost(const QString &path, const QJsonObject &bo
     QNetworkRequest request(QUrl(g_adminUrl + path));
     request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
     return finish(network().post(request, QJsonDocument(body).toJson(QJsonDocument::Compact)));
+}
+
+QJsonObject ReferenceServer::createAccount(const QString &prefix, const QString &password, QJsonObject fields)
+{
+    static int serial = 0;
+    const QString number = QString::number(QDateTime::currentMSecsSinceEpoch() % 1000000000 + ++serial);
+    fields.insert(QStringLiteral("username"), prefix + number);
+    fields.insert(QStringLiteral("password"), password);
+    // The process id keeps phones apart between test processes that run at once.
+    const QString phone = QStringLiteral("19%1%2").arg(QCoreApplication::applicationPid() % 1000, 3, 10, QLatin1Char('0'))
+                              .arg(number.toLongLong() % 1000000, 6, 10, QLatin1Char('0'));
+    if (!fields.contains(QStringLiteral("phone")))
+        fields.insert(QStringLiteral("phone"), phone);
+    return adminPost(QStringLiteral("accounts"), fields).toObject().contains(QStringLiteral("error")) ? QJsonObject()
+                                                                                                     : fields;
 }

@@ -19,4 +19,10 @@ public:
     // The parsed JSON reply, or an object with "error" on a transport failure.
     static QJsonValue adminGet(const QString &path);
     static QJsonValue adminPost(const QString &path, const QJsonObject &body = {});
+
+    // Makes an account named <prefix><a number unique to the run> with the
+    // password and any further profile fields, and a phone number of its own
+    // unless `fields` has one. Gives the fields as sent, or an empty object
+    // when the server refused them.
+    static QJsonObject createAccount(const QString &prefix, const QString &password, QJsonObject fields = {});
 };

@@ -1,0 +1,485 @@
+#include "account/usermanager.h"
+#include "messaging/wscommunicationmanager.h"
+#include "messaging/wscommunicationtesthook_p.h"
+#include "platform/mc.h"
+#include "platform/mceventdispatcher.h"
+#include "platform/usuallyutils.h"
+#include "referenceserver.h"
+#include "store/friendmessagemanager.h"
+#include "store/usercommmanager.h"
+#include "transfer/sendmessagehelper.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QRandomGenerator>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QThreadPool>
+#include <QtTest>
+
+namespace {
+
+constexpr qint64 MiB = 1024 * 1024;
+constexpr qint64 Block = 5 * MiB;
+const QString password = QStringLiteral("pw");
+
+QString createAccount(const QString &prefix)
+{
+    static int serial = 0;
+    const QString name = prefix + QString::number(QDateTime::currentMSecsSinceEpoch() % 100000000 + ++serial);
+    ReferenceServer::adminPost("accounts", {{"username", name}, {"password", password}});
+    return name;
+}
+
+// File-service requests that carried this MD5, oldest first, from the
+// `skip`-th on.
+QJsonArray fileRequests(const QString &md5, int skip = 0)
+{
+    const QJsonArray all = ReferenceServer::adminGet("requests?service=file&n=200").toArray();
+    QJsonArray mine;
+    for (const QJsonValue &request : all) {
+        for (const QJsonValue &part : request.toObject().value("parts").toArray()) {
+            if (part.toObject().value("name") == "md5" && part.toObject().value("text") == md5) {
+                if (skip-- <= 0)
+                    mine.append(request);
+                break;
+            }
+        }
+    }
+    return mine;
+}
+
+QStringList paths(const QJsonArray &requests)
+{
+    QStringList result;
+    for (const QJsonValue &request : requests)
+        result << request.toObject().value("path").toString().section('/', -1);
+    return result;
+}
+
+QVariantList blockIndexes(const QJsonArray &requests)
+{
+    QVariantList result;
+    for (const QJsonValue &request : requests) {
+        for (const QJsonValue &part : request.toObject().value("parts").toArray())
+            if (part.toObject().value("name") == "index")
+                result << part.toObject().value("text").toString().toInt();
+    }
+    return result;
+}
+
+// Collects "file.send.upload" as it is submitted, with the submitting thread.
+struct ProgressLog : QObject
+{
+    ProgressLog()
+    {
+        Mc::eventDispatcher()->connectToEventImpl(
+            QStringLiteral("file.send.upload"), this,
+            McSlotObjectWrapper::fromFunctor<QString, double>([this](const QString &id, double value) {
+                if (id == messageId) {
+                    values.append(value);
+                    threads.insert(QThread::currentThread());
+                }
+            }),
+            Qt::DirectConnection);
+    }
+    QString messageId;
+    QList<double> values;
+    QSet<QThread *> threads;
+};
+
+} // namespace
+
+class KvSendMessageHelperTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void decodeUploadResp_data();
+    void decodeUploadResp();
+    void blocks_data();
+    void blocks();
+    void blockRequestParts();
+    void knownFileEndsAfterTheCheck();
+    void resumeReadsFromTheFilesStart();
+    void failedBlockStops();
+    void sendsReachTheirStatus_data();
+    void sendsReachTheirStatus();
+    void textWithoutLinkFails();
+    void failedUploads();
+    void preparedFileForTheOwnAccount();
+    void asyncFileRunsOnThePool();
+
+private:
+    QString makeFile(qint64 size, const QString &name = QString());
+    bool row(const QString &localId, KvFriendMessageData &found, const QString &user = QString());
+    // The rows that are not in `before`.
+    QList<KvFriendMessageData> added(const QList<KvFriendMessageData> &before);
+    QList<KvFriendMessageData> conversation(const QString &user = QString());
+
+    QTemporaryDir m_dir;
+    QString m_me;
+    QString m_peer;
+    KvFriendMessageManager *m_messages = nullptr;
+};
+
+void KvSendMessageHelperTest::initTestCase()
+{
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath("settings"));
+    KvUserManager::openSettings()->setValue("userWorkPath", m_dir.filePath("work"));
+    QVERIFY(ReferenceServer::useFixture());
+    m_me = createAccount("send");
+    m_peer = createAccount("recv");
+    ReferenceServer::adminPost("friends", {{"a", m_me}, {"b", m_peer}});
+    m_messages = KvUserCommManager::instance()->friendMessageManager();
+    QVERIFY(KvUserManager::instance()->requestLoginByPassword(m_me, password));
+    QTRY_VERIFY(KvWSCommunicationManager::getDefault()->isConnected());
+}
+
+QString KvSendMessageHelperTest::makeFile(qint64 size, const QString &name)
+{
+    static int serial = 0;
+    const QString path = m_dir.filePath(name.isEmpty() ? QStringLiteral("file%1.bin").arg(++serial) : name);
+    QFile file(path);
+    file.open(QIODevice::WriteOnly);
+    QByteArray chunk(int(qMin<qint64>(size, MiB)), Qt::Uninitialized);
+    for (qint64 written = 0; written < size;) {
+        const int n = int(qMin<qint64>(chunk.size(), size - written));
+        QRandomGenerator::global()->fillRange(reinterpret_cast<quint32 *>(chunk.data()), chunk.size() / 4);
+        file.write(chunk.constData(), n);
+        written += n;
+    }
+    return path;
+}
+
+QList<KvFriendMessageData> KvSendMessageHelperTest::conversation(const QString &user)
+{
+    QList<KvFriendMessageData> list;
+    m_messages->messages(user.isEmpty() ? m_peer : user, false, list);
+    return list;
+}
+
+QList<KvFriendMessageData> KvSendMessageHelperTest::added(const QList<KvFriendMessageData> &before)
+{
+    QSet<QString> known;
+    for (const KvFriendMessageData &data : before)
+        known.insert(data.messageLocalId);
+    QList<KvFriendMessageData> result;
+    for (const KvFriendMessageData &data : conversation())
+        if (!known.contains(data.messageLocalId))
+            result.append(data);
+    return result;
+}
+
+bool KvSendMessageHelperTest::row(const QString &localId, KvFriendMessageData &found, const QString &user)
+{
+    for (const KvFriendMessageData &data : conversation(user)) {
+        if (data.messageLocalId == localId) {
+            found = data;
+            return true;
+        }
+    }
+    return false;
+}
+
+void KvSendMessageHelperTest::decodeUploadResp_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<bool>("result");
+    QTest::addColumn<QString>("id");
+    QTest::addColumn<qint64>("size");
+    QTest::addColumn<int>("index");
+
+    QTest::newRow("complete") << QByteArray(R"({"data":{"id":"f1","title":"a.txt","src":"http://x/a","md5":"m","size":12}})")
+                              << true << "f1" << qint64(12) << -1;
+    QTest::newRow("size past 32 bits") << QByteArray(R"({"data":{"id":"f2","size":5000000000}})")
+                                       << true << "f2" << qint64(0) << -1;
+    QTest::newRow("resume point") << QByteArray(R"({"data":{"index":3}})") << false << "" << qint64(-1) << 3;
+    QTest::newRow("neither key") << QByteArray(R"({"data":{"other":1}})") << true << "" << qint64(-1) << -1;
+    QTest::newRow("empty data") << QByteArray(R"({"code":100,"data":{}})") << false << "" << qint64(-1) << -1;
+    QTest::newRow("not json") << QByteArray("<html>") << false << "" << qint64(-1) << -1;
+    QTest::newRow("empty body") << QByteArray() << false << "" << qint64(-1) << -1;
+}
+
+void KvSendMessageHelperTest::decodeUploadResp()
+{
+    QFETCH(QByteArray, body);
+    QString id, title, src, md5;
+    qint64 size = -1;
+    int index = -1;
+    QTEST(KvSendMessageHelper::decodeUploadResp(body, id, title, size, src, md5, &index), "result");
+    QTEST(id, "id");
+    QTEST(size, "size");
+    QTEST(index, "index");
+    // Without a place for the index a resume point is just a success.
+    if (body.contains("index"))
+        QVERIFY(KvSendMessageHelper::decodeUploadResp(body, id, title, size, src, md5, nullptr));
+}
+
+void KvSendMessageHelperTest::blocks_data()
+{
+    QTest::addColumn<qint64>("size");
+    QTest::addColumn<QVariantList>("indexes");
+    QTest::addColumn<QList<double>>("progress");
+
+    QTest::newRow("empty") << qint64(0) << QVariantList{} << QList<double>{1.0};
+    QTest::newRow("exactly one block") << Block << QVariantList{0} << QList<double>{0.99, 1.0};
+    QTest::newRow("one byte more") << Block + 1 << QVariantList{0, 1} << QList<double>{0.5, 0.99, 1.0};
+    QTest::newRow("12 MiB") << 12 * MiB << QVariantList{0, 1, 2} << QList<double>{1.0 / 3, 2.0 / 3, 0.99, 1.0};
+}
+
+void KvSendMessageHelperTest::blocks()
+{
+    QFETCH(qint64, size);
+    QFETCH(QVariantList, indexes);
+    QFETCH(QList<double>, progress);
+    const QString path = makeFile(size);
+    const QString md5 = KvUsuallyUtils::calculateFileMD5(path);
+    const int before = fileRequests(md5).size();
+    ProgressLog log;
+    log.messageId = QStringLiteral("blocks-%1").arg(QTest::currentDataTag());
+
+    QVERIFY(KvSendMessageHelper::sendFileMessage(path, m_peer, false, false, log.messageId));
+
+    const QJsonArray requests = fileRequests(md5, before);
+    QStringList expected{"fsfa", "fsfa"};
+    for (int i = 0; i < indexes.size(); ++i)
+        expected << "fsf";
+    QCOMPARE(paths(requests), expected);
+    QCOMPARE(blockIndexes(requests), indexes);
+    QCOMPARE(log.values, progress);
+    KvFriendMessageData data;
+    QTRY_VERIFY(row(log.messageId, data) && data.status == 6);
+}
+
+void KvSendMessageHelperTest::blockRequestParts()
+{
+    const QString path = makeFile(Block + 3, QStringLiteral("报告.final.pdf"));
+    const QString md5 = KvUsuallyUtils::calculateFileMD5(path);
+    QString id, title, src, serverMd5;
+    qint64 size = 0;
+    QVERIFY(KvSendMessageHelper::uploadToServer(path, id, title, size, src, serverMd5, QString()));
+    QCOMPARE(title, QStringLiteral("报告.final.pdf"));
+    QCOMPARE(serverMd5, md5);
+    QCOMPARE(size, Block + 3);
+    QVERIFY(!id.isEmpty() && !src.isEmpty());
+
+    const QJsonArray requests = fileRequests(md5);
+    QCOMPARE(requests.size(), 4);
+    const auto names = [](const QJsonObject &request) {
+        QStringList result;
+        for (const QJsonValue &part : request.value("parts").toArray())
+            result << part.toObject().value("name").toString();
+        return result;
+    };
+    QCOMPARE(names(requests.at(0).toObject()), QStringList({"md5", "block"}));
+    const QJsonObject last = requests.at(3).toObject();
+    QCOMPARE(names(last), QStringList({"file", "index", "count", "title", "md5", "extension", "total", "block"}));
+
+    QMap<QString, QJsonObject> parts;
+    for (const QJsonValue &part : last.value("parts").toArray())
+        parts.insert(part.toObject().value("name").toString(), part.toObject());
+    const auto header = [](const QJsonObject &part, const QString &name) {
+        for (const QJsonValue &pair : part.value("headers").toArray())
+            if (pair.toArray().at(0).toString().compare(name, Qt::CaseInsensitive) == 0)
+                return pair.toArray().at(1).toString();
+        return QString();
+    };
+    QCOMPARE(header(parts["index"], "Content-Disposition"), QStringLiteral("form-data;  name=\"index\""));
+    QCOMPARE(header(parts["file"], "Content-Disposition"),
+             QStringLiteral("form-data; name=\"file\"; filename=\"报告.final.pdf\""));
+    QCOMPARE(header(parts["file"], "Content-Type"), QStringLiteral("application/octet-stream"));
+    QCOMPARE(parts["file"].value("size").toInt(), 3);
+    const QStringList texts{parts["index"].value("text").toString(), parts["count"].value("text").toString(),
+                            parts["extension"].value("text").toString(), parts["total"].value("text").toString(),
+                            parts["block"].value("text").toString()};
+    QCOMPARE(texts, QStringList({"1", "2", "pdf", QString::number(Block + 3), "5242880"}));
+
+    QMap<QString, QString> headers;
+    for (const QJsonValue &pair : last.value("headers").toArray())
+        headers.insert(pair.toArray().at(0).toString().toLower(), pair.toArray().at(1).toString());
+    QCOMPARE(headers.value("auth"), KvUserManager::instance()->getUserLoginInfo().token);
+    QVERIFY(headers.contains("platform"));
+}
+
+void KvSendMessageHelperTest::knownFileEndsAfterTheCheck()
+{
+    const QString path = makeFile(Block + 1);
+    const QString md5 = KvUsuallyUtils::calculateFileMD5(path);
+    QString id, title, src, serverMd5;
+    qint64 size = 0;
+    QVERIFY(KvSendMessageHelper::uploadToServer(path, id, title, size, src, serverMd5, QString()));
+    const int before = fileRequests(md5).size();
+
+    QString id2, title2, src2, md52;
+    qint64 size2 = 0;
+    QVERIFY(KvSendMessageHelper::uploadToServer(path, id2, title2, size2, src2, md52, QStringLiteral("known")));
+    QCOMPARE(fileRequests(md5).size(), before + 1);
+    QCOMPARE(QStringList({id2, title2, src2, md52}), QStringList({id, title, src, serverMd5}));
+    QCOMPARE(size2, size);
+}
+
+void KvSendMessageHelperTest::resumeReadsFromTheFilesStart()
+{
+    // The service keeps block 0; the resumed upload sends index 1 but reads
+    // from the file's first byte, so that block is a full 5 MiB, not the tail.
+    const QString path = makeFile(Block + 10);
+    const QString md5 = KvUsuallyUtils::calculateFileMD5(path);
+    ReferenceServer::adminPost("fail_block", {{"index", 1}});
+    QString id, title, src, serverMd5;
+    qint64 size = 0;
+    QVERIFY(!KvSendMessageHelper::uploadToServer(path, id, title, size, src, serverMd5, QString()));
+    const int before = fileRequests(md5).size();
+
+    KvSendMessageHelper::uploadToServer(path, id, title, size, src, serverMd5, QString());
+    const QJsonArray resumed = fileRequests(md5, before);
+    QCOMPARE(paths(resumed), QStringList({"fsfa", "fsfa", "fsf"}));
+    QCOMPARE(blockIndexes(resumed), QVariantList{1});
+    for (const QJsonValue &part : resumed.at(2).toObject().value("parts").toArray())
+        if (part.toObject().value("name") == "file")
+            QCOMPARE(part.toObject().value("size").toInt(), int(Block));
+}
+
+void KvSendMessageHelperTest::failedBlockStops()
+{
+    const QString path = makeFile(12 * MiB);
+    ProgressLog log;
+    log.messageId = QStringLiteral("fails-at-1");
+    ReferenceServer::adminPost("fail_block", {{"index", 1}});
+    QString id, title, src, md5;
+    qint64 size = 0;
+    QVERIFY(!KvSendMessageHelper::uploadToServer(path, id, title, size, src, md5, log.messageId));
+    QCOMPARE(log.values, QList<double>{1.0 / 3});
+    QCOMPARE(blockIndexes(fileRequests(KvUsuallyUtils::calculateFileMD5(path))), (QVariantList{0, 1}));
+    QVERIFY(id.isEmpty());
+}
+
+void KvSendMessageHelperTest::sendsReachTheirStatus_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::newRow("text") << "BBC";
+    QTest::newRow("picture") << "BBB";
+    QTest::newRow("file") << "BBA";
+}
+
+void KvSendMessageHelperTest::sendsReachTheirStatus()
+{
+    QFETCH(QString, kind);
+    QSignalSpy updates(m_messages, &KvFriendMessageManager::signalMessageStateUpdate);
+    const QList<KvFriendMessageData> before = conversation();
+    const QString path = makeFile(1000, kind == "BBB" ? QStringLiteral("pic%1.png").arg(before.size()) : QString());
+    if (kind == "BBC")
+        QVERIFY(KvSendMessageHelper::sendTextMessage(QStringLiteral("你好 %1").arg(before.size()), m_peer, false));
+    else if (kind == "BBB")
+        QVERIFY(KvSendMessageHelper::sendPicMessage(path, m_peer, false));
+    else
+        QVERIFY(KvSendMessageHelper::sendFileMessage(path, m_peer, false, false, QString()));
+
+    QTRY_COMPARE(added(before).size(), 1);
+    QTRY_COMPARE(added(before).first().status, 6);
+    const KvFriendMessageData sent = added(before).first();
+    QCOMPARE(sent.type, kind);
+    QVERIFY(sent.isSend);
+    QCOMPARE(sent.fromUserId, m_me);
+    const QJsonArray server = ReferenceServer::adminGet("messages?user=" + m_me).toArray();
+    QCOMPARE(sent.messageServerId, server.last().toObject().value("message_id").toString());
+    if (kind != "BBC") {
+        QCOMPARE(sent.fileInfo.fileMD5, KvUsuallyUtils::calculateFileMD5(path));
+        QCOMPARE(sent.fileInfo.fileSize, 1000);
+        QCOMPARE(sent.fileInfo.filePath, path);
+    }
+}
+
+void KvSendMessageHelperTest::textWithoutLinkFails()
+{
+    // Short acknowledgement time-out and reconnect delay for this case only.
+    KvWSCommunicationTestHook::setTimeScale(0.05);
+    ReferenceServer::adminPost("close", {{"username", m_me}, {"mode", "abort"}});
+    QTRY_VERIFY(!KvWSCommunicationManager::getDefault()->isConnected());
+    const QList<KvFriendMessageData> before = conversation();
+    QVERIFY(KvSendMessageHelper::sendTextMessage(QStringLiteral("lost"), m_peer, false));
+    QTRY_COMPARE(added(before).size(), 1);
+    QCOMPARE(added(before).first().status, 7);
+    QVERIFY(added(before).first().content.contains("lost"));
+    QTRY_VERIFY_WITH_TIMEOUT(KvWSCommunicationManager::getDefault()->isConnected(), 15000);
+    KvWSCommunicationTestHook::setTimeScale(1);
+}
+
+void KvSendMessageHelperTest::failedUploads()
+{
+    const QList<KvFriendMessageData> before = conversation();
+    ReferenceServer::adminPost("fail_block", {{"index", 0}});
+    QVERIFY(!KvSendMessageHelper::sendPicMessage(makeFile(100, "lost.png"), m_peer, false));
+
+    ReferenceServer::adminPost("fail_block", {{"index", 0}});
+    QVERIFY(!KvSendMessageHelper::sendFileMessage(makeFile(100), m_peer, false, false, QStringLiteral("stuck")));
+    const QString missing = m_dir.filePath("no-such-file");
+    QVERIFY(!KvSendMessageHelper::sendFileMessage(missing, m_peer, false, false, QStringLiteral("missing")));
+
+    KvFriendMessageData stuck, gone;
+    QTRY_VERIFY(row("stuck", stuck) && row("missing", gone));
+    QCOMPARE(stuck.status, 12);
+    QCOMPARE(gone.status, 12);
+    QCOMPARE(gone.fileInfo.fileSize, 0);
+    QCOMPARE(conversation().size(), before.size() + 2); // nothing for the picture
+}
+
+void KvSendMessageHelperTest::preparedFileForTheOwnAccount()
+{
+    const QString path = makeFile(2000);
+    ReferenceServer::adminPost("hold_sss", {{"on", true}});
+    const QString id = KvSendMessageHelper::prepareToSendFile(path);
+    QCOMPARE(id.size(), 32);
+    KvFriendMessageData data;
+    QTRY_VERIFY(row(id, data, m_me));
+    QCOMPARE(data.status, 11);
+    QCOMPARE(data.toUserId, m_me);
+
+    ProgressLog log;
+    log.messageId = id;
+    QVERIFY(KvSendMessageHelper::sendFileMessageToSelf(path, id));
+    QCOMPARE(log.values, (QList<double>{0.99, 1.0}));
+    QTRY_VERIFY(row(id, data, m_me) && data.status == 12);
+    ReferenceServer::adminPost("hold_sss", {{"on", false}});
+    QTRY_VERIFY(row(id, data, m_me) && data.status == 6);
+    const QList<KvFriendMessageData> own = conversation(m_me);
+    QCOMPARE(std::count_if(own.cbegin(), own.cend(), [&](const auto &m) { return m.messageLocalId == id; }), 1);
+}
+
+void KvSendMessageHelperTest::asyncFileRunsOnThePool()
+{
+    const QString path = makeFile(50 * MiB);
+    ProgressLog log;
+    log.messageId = QStringLiteral("async-50");
+    QVERIFY(KvSendMessageHelper::sendFileMessage(path, m_peer, false, true, log.messageId));
+
+    // The GUI thread's loop keeps turning while the pool uploads.
+    QElapsedTimer clock;
+    clock.start();
+    qint64 lastTick = 0, longestGap = 0;
+    int ticks = 0, poolThreadsBusy = 0;
+    QTimer timer;
+    timer.setInterval(5);
+    connect(&timer, &QTimer::timeout, [&] {
+        longestGap = qMax(longestGap, clock.elapsed() - lastTick);
+        lastTick = clock.elapsed();
+        ++ticks;
+        poolThreadsBusy = qMax(poolThreadsBusy, QThreadPool::globalInstance()->activeThreadCount());
+    });
+    timer.start();
+    KvFriendMessageData data;
+    QTRY_VERIFY_WITH_TIMEOUT(row(log.messageId, data) && data.status == 6, 120000);
+    timer.stop();
+    qInfo("50 MiB upload: %lld ms, %d timer ticks, longest gap between ticks %lld ms", clock.elapsed(), ticks,
+          longestGap);
+
+    QVERIFY(ticks > 10);
+    QCOMPARE(log.values.size(), 11);
+    QCOMPARE(log.threads.size(), 1);
+    QVERIFY(!log.threads.contains(QThread::currentThread()));
+    QCOMPARE(poolThreadsBusy, 1);
+}
+
+QTEST_MAIN(KvSendMessageHelperTest)
+#include "tst_sendmessagehelper.moc"
