@@ -12,6 +12,8 @@
 #include <QCryptographicHash>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QSettings>
@@ -121,6 +123,12 @@ int main(int argc, char **argv)
     std::printf("ratio module/curl: %.2f\n", double(curlMs) / moduleMs);
     std::printf("peak resident memory: %.1f MiB (%.1f MiB above the %.1f MiB before the upload)\n", peak / 1024.0,
                 (peak - baseline) / 1024.0, baseline / 1024.0);
+    std::printf("%s\n", QJsonDocument(QJsonObject{{"bench", "upload"}, {"mebibytes", mib},
+                                                   {"module", sent ? mib * 1000 / moduleMs : 0.0},
+                                                   {"curl", curlOk ? mib * 1000 / curlMs : 0.0},
+                                                   {"peakMiB", (peak - baseline) / 1024.0}})
+                             .toJson(QJsonDocument::Compact)
+                             .constData());
     KvUserManager::instance()->logOut();
     QProcess::execute("bash", {QStringLiteral(KVMESS_SERVER_DIR "/fixture.sh"), "stop", fixture});
     return sent && curlOk ? 0 : 1;

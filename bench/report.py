@@ -100,11 +100,12 @@ def main():
 
     upload = run(args.build, "bench_upload", *(["20"] if quick else []))
     if upload and "failed" not in upload:
-        rows.append(("upload of a %d MiB file" % upload["mebibytes"], rate(upload["module"], "MiB/s"),
-                     "curl " + rate(upload["curl"], "MiB/s"), upload["module"] / upload["curl"]))
+        rows.append(("upload of a %d MiB file (%.0f MiB more memory at the peak)" % (
+                         upload["mebibytes"], upload["peakMiB"]),
+                     "%.1f MiB/s" % upload["module"], "curl, the same blocks: %.1f MiB/s" % upload["curl"],
+                     upload["module"] / upload["curl"]))
     else:
-        rows.append(("upload throughput", (upload or {}).get("failed", "missing: needs the send pipeline"),
-                     "curl", None))
+        rows.append(("upload throughput", (upload or {}).get("failed", missing), "curl", None))
 
     if conversation and "failed" not in conversation:
         rows.append(("read a {:,}-message conversation with messages()".format(conversation["rows"]),
@@ -119,7 +120,7 @@ def main():
     print("|---|---|---|---|")
     for measure, module, side, ratio in rows:
         print("| %s | %s | %s | %s |" % (measure, module, side, "%.2f" % ratio if ratio is not None else "—"))
-    failed = [r for r in rows if r[1].startswith(("bench_", "missing")) and "send pipeline" not in r[1]]
+    failed = [r for r in rows if r[1].startswith(("bench_", "missing"))]
     return 1 if failed else 0
 
 

@@ -106,7 +106,7 @@ def converse(console, server, folder):
         step("Friend request and agreement")
         zhang.ok("friend add %s" % CHEN["phone"])
         line("zhangwei", "->", "chenjing", "friend request to phone %s" % CHEN["phone"])
-        chen.wait_for(lambda e: e.get("event") == "friend" and e.get("what") == "request")
+        chen.wait_for(lambda e: e.get("event") == "message" and e.get("type") == "ZZA")
         waiting = [r["from"] for r in chen.ok("requests")["requests"] if r["state"] == "waiting"]
         line("chenjing", "<-", "zhangwei", "friend request; waiting: %s" % ", ".join(waiting))
         chen.ok("friend agree zhangwei")
@@ -114,7 +114,7 @@ def converse(console, server, folder):
         zhang.wait_for(lambda e: e.get("event") == "friend" and e.get("what") == "agreed")
         line("zhangwei", "<-", "chenjing", "request agreed")
         for host in (zhang, chen):
-            names = [f["username"] for f in host.ok("friends")["friends"]]
+            names = [f["username"] for f in host.ok("friends")["friends"] if not f.get("self")]
             line(host.name, "  ", "", "friends: %s" % ", ".join(names))
 
         step("Texts both ways")
@@ -149,7 +149,8 @@ def converse(console, server, folder):
             for c in host.ok("conversations")["conversations"]:
                 last = c["last"]
                 what = last.get("text") or (last.get("file") or {}).get("name") or last["type"]
-                line(host.name, "  ", "", "%-9s %s last: %s" % (c["with"], "(team)" if c["group"] else "      ", what))
+                line(host.name, "  ", "", "%-9s %-12s unread %d, last: %s" % (
+                    c["with"], c["title"] + (" (team)" if c["group"] else ""), c["unread"], what))
     finally:
         zhang.close()
         chen.close()

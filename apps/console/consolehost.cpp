@@ -7,11 +7,13 @@
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
 #include "platform/selfservermanager.h"
+#include "store/friendmanager.h"
 #include "store/friendmessagemanager.h"
+#include "store/groupmanager.h"
+#include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
-#ifdef KVMESS_CONSOLE_SEND_HELPER
+#include "store/usertitles.h"
 #include "transfer/sendmessagehelper.h"
-#endif
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -22,6 +24,7 @@
 #include <QMetaEnum>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QSet>
 #include <QSettings>
 #include <QTimer>
 #include <QUuid>
@@ -108,13 +111,19 @@ QJsonObject KvConsoleHost::session() const
         {QStringLiteral("nickname"), users->isLogin() ? users->getUserInfo().nickName : QString()},
         {QStringLiteral("customerService"), users->isLogin() && login.customerService},
         {QStringLiteral("connected"), KvWSCommunicationManager::getDefault()->isConnected()},
+        {QStringLiteral("unread"), users->isLogin() ? m_unread->allUnreadMesssageCount(false) : 0},
+        {QStringLiteral("unreadNotices"), users->isLogin() ? m_unread->allUnreadNoticeCount() : 0},
     };
 }
 
 void KvConsoleHost::start()
 {
     // The store has to listen before the first sign-in, as in the real host.
-    m_messages = KvUserCommManager::instance()->friendMessageManager();
+    KvUserCommManager *store = KvUserCommManager::instance();
+    m_messages = store->friendMessageManager();
+    m_unread = store->userUnreadMessageManager();
+    m_friends = store->friendManager();
+    m_groups = store->enterpriseManager();
     connectModule();
 
     KvUserManager *users = KvUserManager::instance();
@@ -470,21 +479,8 @@ KvConsoleHost::Outcome KvConsoleHost::send(const KvConsoleCommand &command)
         m_sendMatcher = [to, text](const KvFriendMessageData &row) {
             return row.isSend && row.type == QLatin1String("BBC") && row.toUserId == to && textOf(row) == text;
         };
-#ifdef KVMESS_CONSOLE_SEND_HELPER
         handedOver = KvSendMessageHelper::sendTextMessage(text, to, group);
-#else
-        KvFriendMessageData record;
-        record.status = 12;
-        record.toUserId = to;
-        record.fromUserId = me();
-        record.isSend = true;
-        record.isGroup = group;
-        record.time = QDateTime::currentMSecsSinceEpoch();
-        m_messages->watchSendReply(KvWSCommunicationManager::getDefault()->chatForText({to}, text, group), record);
-        handedOver = true;
-#endif
     } else {
-#ifdef KVMESS_CONSOLE_SEND_HELPER
         m_progressName = QFileInfo(path).fileName();
         m_progressShown = -1;
         if (command.sub == QLatin1String("pic")) {
@@ -497,13 +493,10 @@ KvConsoleHost::Outcome KvConsoleHost::send(const KvConsoleCommand &command)
             localId = QUuid::createUuid().toString(QUuid::Id128);
             m_progressId = localId;
             m_sendMatcher = [localId](const KvFriendMessageData &row) { return row.messageLocalId == localId; };
+            // On this thread, so that the result is the send's own.
             handedOver = KvSendMessageHelper::sendFileMessage(path, to, group, false, localId);
         }
         m_progressId.clear();
-#else
-        m_sendMatcher = nullptr;
-        return failure(ExitFailed, QStringLiteral("sending pictures and files is not part of this build"));
-#endif
     }
     if (!handedOver) {
         m_sendMatcher = nullptr;
@@ -547,20 +540,45 @@ KvConsoleHost::Outcome KvConsoleHost::send(const KvConsoleCommand &command)
 
 KvConsoleHost::Outcome KvConsoleHost::friends()
 {
-    QJsonArray list;
+    KvUserManager *users = KvUserManager::instance();
+    if (!users->isLogin())
+        return serviceFailure(QStringLiteral("not signed in"));
+
+    // A fresh list from the service, then the store once its worker has merged it.
+    QSet<QString> listed;
     bool done = false;
     QObject guard;
-    connect(KvUserManager::instance(), &KvUserManager::signalReposeFriends, &guard,
-            [&](const QList<KvUserInfoFriend> &friendList) {
-                for (const KvUserInfoFriend &info : friendList)
-                    list.append(KvConsoleFormat::user(info));
-                done = true;
-            });
-    if (!KvUserManager::instance()->isLogin())
-        return serviceFailure(QStringLiteral("not signed in"));
-    KvUserManager::instance()->requestFriends();
+    connect(users, &KvUserManager::signalReposeFriends, &guard, [&](const QList<KvUserInfoFriend> &friendList) {
+        for (const KvUserInfoFriend &info : friendList)
+            listed.insert(info.userName);
+        listed.remove(systemUser);
+        done = true;
+    });
+    users->requestFriends();
     if (!waitUntil([&] { return done; }, ListWaitMs))
         return serviceFailure(QStringLiteral("the friend list did not come"));
+
+    const QString self = me();
+    QList<KvUserInfoFriend> stored;
+    const auto merged = [&] {
+        stored.clear();
+        m_friends->allFriends(stored);
+        QSet<QString> names;
+        for (const KvUserInfoFriend &info : qAsConst(stored))
+            names.insert(info.userName);
+        names.remove(self);
+        return names == listed;
+    };
+    if (!waitUntil(merged, ListWaitMs))
+        return failure(ExitFailed, QStringLiteral("the friend list was not stored"));
+
+    QJsonArray list;
+    for (const KvUserInfoFriend &info : qAsConst(stored)) {
+        QJsonObject object = KvConsoleFormat::user(info);
+        if (info.userName == self)
+            object.insert(QStringLiteral("self"), true);
+        list.append(object);
+    }
     Outcome outcome;
     outcome.data.insert(QStringLiteral("friends"), list);
     return outcome;
@@ -568,20 +586,37 @@ KvConsoleHost::Outcome KvConsoleHost::friends()
 
 KvConsoleHost::Outcome KvConsoleHost::enterprises()
 {
-    QJsonArray list;
+    KvUserManager *users = KvUserManager::instance();
+    if (!users->isLogin())
+        return serviceFailure(QStringLiteral("not signed in"));
+
+    QSet<QString> listed;
     bool done = false;
     QObject guard;
-    connect(KvUserManager::instance(), &KvUserManager::signalReposeEnterprises, &guard,
-            [&](const QList<KvGroupInfo> &enterpriseList) {
-                for (const KvGroupInfo &info : enterpriseList)
-                    list.append(KvConsoleFormat::enterprise(info));
-                done = true;
-            });
-    if (!KvUserManager::instance()->isLogin())
-        return serviceFailure(QStringLiteral("not signed in"));
-    KvUserManager::instance()->requestEnterprises();
+    connect(users, &KvUserManager::signalReposeEnterprises, &guard, [&](const QList<KvGroupInfo> &enterpriseList) {
+        for (const KvGroupInfo &info : enterpriseList)
+            listed.insert(info.enterpriseId);
+        done = true;
+    });
+    users->requestEnterprises();
     if (!waitUntil([&] { return done; }, ListWaitMs))
         return serviceFailure(QStringLiteral("the enterprise list did not come"));
+
+    QList<KvGroupInfo> stored;
+    const auto merged = [&] {
+        stored.clear();
+        m_groups->enterprises(stored);
+        QSet<QString> ids;
+        for (const KvGroupInfo &info : qAsConst(stored))
+            ids.insert(info.enterpriseId);
+        return ids == listed;
+    };
+    if (!waitUntil(merged, ListWaitMs))
+        return failure(ExitFailed, QStringLiteral("the enterprise list was not stored"));
+
+    QJsonArray list;
+    for (const KvGroupInfo &info : qAsConst(stored))
+        list.append(KvConsoleFormat::enterprise(info));
     Outcome outcome;
     outcome.data.insert(QStringLiteral("enterprises"), list);
     return outcome;
@@ -601,9 +636,15 @@ KvConsoleHost::Outcome KvConsoleHost::conversations()
             QList<KvFriendMessageData> probe;
             row.isGroup = m_messages->messages(row.toUserId, true, probe);
         }
+        const QString with = conversationUser(row);
+        QString title;
+        QPixmap portrait;
+        userNameAndPortrait(with, title, portrait);
         list.append(QJsonObject{
-            {QStringLiteral("with"), conversationUser(row)},
+            {QStringLiteral("with"), with},
+            {QStringLiteral("title"), title},
             {QStringLiteral("group"), row.isGroup},
+            {QStringLiteral("unread"), m_unread->userUnreadMessageCount(with)},
             {QStringLiteral("last"), KvConsoleFormat::message(row)},
         });
     }
@@ -624,9 +665,13 @@ KvConsoleHost::Outcome KvConsoleHost::show(const QString &with, bool group)
         row.isGroup = group;
         list.append(KvConsoleFormat::message(row));
     }
+    // Shown is read, as in an open chat.
+    const int unread = m_unread->userUnreadMessageCount(with);
+    m_unread->clearUserUnreadMessage(with);
     Outcome outcome;
     outcome.data.insert(QStringLiteral("with"), with);
     outcome.data.insert(QStringLiteral("group"), group);
+    outcome.data.insert(QStringLiteral("unread"), unread);
     outcome.data.insert(QStringLiteral("messages"), list);
     return outcome;
 }

@@ -10,7 +10,10 @@
 
 #include <functional>
 
+class KvFriendManager;
 class KvFriendMessageManager;
+class KvGroupManager;
+class KvUnreadMessageManager;
 
 // A host of the messaging module without windows.
 //
@@ -110,7 +113,10 @@ private:
     void event(const QString &name, QJsonObject object);
     void writeLine(const QJsonObject &object);
 
+    KvFriendManager *m_friends = nullptr;
     KvFriendMessageManager *m_messages = nullptr;
+    KvGroupManager *m_groups = nullptr;
+    KvUnreadMessageManager *m_unread = nullptr;
     QList<QStringList> m_queue;
     bool m_stopAtFailure = false;
     bool m_inputOpen = false;
