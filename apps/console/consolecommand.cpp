@@ -4,7 +4,7 @@
 
 namespace {
 
-struct Spec
+struct Entry
 {
     const char *name;
     const char *sub;
@@ -16,7 +16,7 @@ struct Spec
 };
 
 // The one table of commands.
-const Spec specs[] = {
+const Entry table[] = {
     {"login", "password", "USER PASSWORD", 2, 2, false, "sign in with a password"},
     {"login", "sms", "PHONE CODE", 2, 2, false, "sign in with a code sent by SMS (see \"code\")"},
     {"login", "scan", "SCENE", 1, 1, false, "sign in with a scanned scene"},
@@ -49,15 +49,15 @@ bool isGroupFlag(const QString &word)
     return word == QLatin1String("--group") || word == QLatin1String("-g");
 }
 
-QString syntax(const Spec &spec)
+QString syntax(const Entry &entry)
 {
-    QString text = QString::fromLatin1(spec.name);
-    if (spec.groupFlag)
+    QString text = QString::fromLatin1(entry.name);
+    if (entry.groupFlag)
         text += QLatin1String(" [--group]");
-    if (spec.sub)
-        text += QLatin1Char(' ') + QString::fromLatin1(spec.sub);
-    if (*spec.arguments)
-        text += QLatin1Char(' ') + QString::fromLatin1(spec.arguments);
+    if (entry.sub)
+        text += QLatin1Char(' ') + QString::fromLatin1(entry.sub);
+    if (*entry.arguments)
+        text += QLatin1Char(' ') + QString::fromLatin1(entry.arguments);
     return text;
 }
 
@@ -78,10 +78,10 @@ KvConsoleCommand KvConsoleCommand::parse(const QStringList &words)
     command.name = words.first();
     QStringList rest = words.mid(1);
 
-    QList<const Spec *> named;
-    for (const Spec &spec : specs) {
-        if (command.name == QLatin1String(spec.name))
-            named.append(&spec);
+    QList<const Entry *> named;
+    for (const Entry &entry : table) {
+        if (command.name == QLatin1String(entry.name))
+            named.append(&entry);
     }
     if (named.isEmpty()) {
         command.error = QStringLiteral("unknown command \"%1\" (see --help)").arg(command.name);
@@ -100,16 +100,16 @@ KvConsoleCommand KvConsoleCommand::parse(const QStringList &words)
         }
     }
 
-    const Spec *spec = named.first();
+    const Entry *entry = named.first();
     if (named.first()->sub) {
         QStringList subs;
-        spec = nullptr;
-        for (const Spec *candidate : qAsConst(named)) {
+        entry = nullptr;
+        for (const Entry *candidate : qAsConst(named)) {
             subs.append(QString::fromLatin1(candidate->sub));
             if (!rest.isEmpty() && rest.first() == QLatin1String(candidate->sub))
-                spec = candidate;
+                entry = candidate;
         }
-        if (!spec) {
+        if (!entry) {
             command.error = rest.isEmpty()
                 ? QStringLiteral("\"%1\" needs one of: %2").arg(command.name, subs.join(QLatin1String(", ")))
                 : QStringLiteral("unknown \"%1\" command \"%2\"; one of: %3")
@@ -120,8 +120,8 @@ KvConsoleCommand KvConsoleCommand::parse(const QStringList &words)
     }
 
     command.args = rest;
-    if (rest.size() < spec->minArgs || (spec->maxArgs >= 0 && rest.size() > spec->maxArgs))
-        command.error = QStringLiteral("usage: %1").arg(syntax(*spec));
+    if (rest.size() < entry->minArgs || (entry->maxArgs >= 0 && rest.size() > entry->maxArgs))
+        command.error = QStringLiteral("usage: %1").arg(syntax(*entry));
     return command;
 }
 
@@ -154,10 +154,10 @@ QList<QStringList> KvConsoleCommand::splitArguments(const QStringList &words)
 QString KvConsoleCommand::usage()
 {
     int width = 0;
-    for (const Spec &spec : specs)
-        width = qMax(width, syntax(spec).size());
+    for (const Entry &entry : table)
+        width = qMax(width, syntax(entry).size());
     QString text;
-    for (const Spec &spec : specs)
-        text += QStringLiteral("  %1  %2\n").arg(syntax(spec), -width).arg(QString::fromLatin1(spec.help));
+    for (const Entry &entry : table)
+        text += QStringLiteral("  %1  %2\n").arg(syntax(entry), -width).arg(QString::fromLatin1(entry.help));
     return text;
 }
