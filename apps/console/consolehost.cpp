@@ -4,6 +4,7 @@
 #include "consoleformat.h"
 #include "messaging/msgcontentuserinfo.h"
 #include "messaging/wscommunicationmanager.h"
+#include "platform/browserdialog.h"
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
 #include "platform/selfservermanager.h"
@@ -16,6 +17,7 @@
 #include "transfer/sendmessagehelper.h"
 
 #include <QDateTime>
+#include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -153,20 +155,20 @@ void KvConsoleHost::connectModule()
 
     KvUserManager *users = KvUserManager::instance();
     connect(users, &KvUserManager::signalUserLoginStateChanged, this, [this](bool state) {
-        event(QStringLiteral("login"), {{QStringLiteral("state"), state}, {QStringLiteral("user"), me()}});
+        printEvent(QStringLiteral("login"), {{QStringLiteral("state"), state}, {QStringLiteral("user"), me()}});
     });
     connect(users, &KvUserManager::signalVisitorLogin, this,
-            [this] { event(QStringLiteral("visitor"), {{QStringLiteral("user"), me()}}); });
+            [this] { printEvent(QStringLiteral("visitor"), {{QStringLiteral("user"), me()}}); });
 
     KvWSCommunicationManager *link = KvWSCommunicationManager::getDefault();
     connect(link, &KvWSCommunicationManager::onConnected, this, [this] {
         ++m_connects;
-        event(QStringLiteral("link"), {{QStringLiteral("state"), QStringLiteral("connected")}});
+        printEvent(QStringLiteral("link"), {{QStringLiteral("state"), QStringLiteral("connected")}});
     });
     connect(link, &KvWSCommunicationManager::onDisconnected, this,
-            [this] { event(QStringLiteral("link"), {{QStringLiteral("state"), QStringLiteral("disconnected")}}); });
+            [this] { printEvent(QStringLiteral("link"), {{QStringLiteral("state"), QStringLiteral("disconnected")}}); });
     connect(link, &KvWSCommunicationManager::onError, this, [this](QAbstractSocket::SocketError error) {
-        event(QStringLiteral("link"),
+        printEvent(QStringLiteral("link"),
               {{QStringLiteral("state"), QStringLiteral("error")},
                {QStringLiteral("error"), int(error)},
                {QStringLiteral("text"),
@@ -174,7 +176,7 @@ void KvConsoleHost::connectModule()
     });
     const auto friendEvent = [this](const QString &what) {
         return [this, what](KvWSMessagePtr message) {
-            event(QStringLiteral("friend"), {{QStringLiteral("what"), what}, {QStringLiteral("user"), userOf(message)}});
+            printEvent(QStringLiteral("friend"), {{QStringLiteral("what"), what}, {QStringLiteral("user"), userOf(message)}});
         };
     };
     connect(link, &KvWSCommunicationManager::onApplyforFriendMsgReceived, this, friendEvent(QStringLiteral("request")));
@@ -184,6 +186,18 @@ void KvConsoleHost::connectModule()
 
     Mc::eventDispatcher()->connectToEventImpl(QStringLiteral("file.send.upload"), this,
                                               McSlotObjectWrapper(&KvConsoleHost::slotProgress));
+    qApp->installEventFilter(this);
+}
+
+bool KvConsoleHost::eventFilter(QObject *watched, QEvent *event)
+{
+    auto *dialog = event->type() == QEvent::Show ? qobject_cast<KvBrowserDialog *>(watched) : nullptr;
+    if (!dialog)
+        return false;
+    printEvent(QStringLiteral("popup"), {{QStringLiteral("title"), dialog->windowTitle()},
+                                          {QStringLiteral("url"), dialog->url().toString()}});
+    QMetaObject::invokeMethod(dialog, &QDialog::reject, Qt::QueuedConnection);
+    return true;
 }
 
 // --- running commands --------------------------------------------------------
@@ -785,7 +799,7 @@ void KvConsoleHost::slotNewMessage(KvFriendMessageData row)
         m_sendRow = row;
         m_sendDone = true;
     }
-    event(QStringLiteral("message"), KvConsoleFormat::message(row));
+    printEvent(QStringLiteral("message"), KvConsoleFormat::message(row));
 }
 
 void KvConsoleHost::slotMessageStateUpdate(KvFriendMessageData row)
@@ -794,12 +808,12 @@ void KvConsoleHost::slotMessageStateUpdate(KvFriendMessageData row)
         m_sendRow = row;
         m_sendDone = true;
     }
-    event(QStringLiteral("status"), KvConsoleFormat::message(row));
+    printEvent(QStringLiteral("status"), KvConsoleFormat::message(row));
 }
 
 void KvConsoleHost::slotProgress(QString messageId, double fraction)
 {
-    event(QStringLiteral("progress"), {{QStringLiteral("id"), messageId}, {QStringLiteral("fraction"), fraction}});
+    printEvent(QStringLiteral("progress"), {{QStringLiteral("id"), messageId}, {QStringLiteral("fraction"), fraction}});
     if (!m_progressOnTerminal || messageId != m_progressId || fraction <= m_progressShown)
         return;
     m_progressShown = fraction;
@@ -809,7 +823,7 @@ void KvConsoleHost::slotProgress(QString messageId, double fraction)
     std::fflush(stderr);
 }
 
-void KvConsoleHost::event(const QString &name, QJsonObject object)
+void KvConsoleHost::printEvent(const QString &name, QJsonObject object)
 {
     if (!m_listening)
         return;

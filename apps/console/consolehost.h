@@ -65,6 +65,11 @@ public Q_SLOTS:
     // Ctrl-C or SIGTERM: ends a wait, a listen, and then the host.
     void slotInterrupt();
 
+protected:
+    // A pop-up notice would open a modal web page and hold the host: it is
+    // reported as a "popup" event and closed before it shows.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private Q_SLOTS:
     void slotNewMessage(KvFriendMessageData row);
     void slotMessageStateUpdate(KvFriendMessageData row);
@@ -110,7 +115,7 @@ private:
     QString me() const;
     QJsonObject session() const;
 
-    void event(const QString &name, QJsonObject object);
+    void printEvent(const QString &name, QJsonObject object);
     void writeLine(const QJsonObject &object);
 
     KvFriendManager *m_friends = nullptr;

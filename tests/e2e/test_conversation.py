@@ -167,3 +167,20 @@ def test_restart_signs_in_by_stored_token(admin, console, server, tmp_path):
     code, events, stderr = run_console(console, profile, server.host_env(), ["login", "token"])
     assert events[0]["by"] == "visitor"
     assert code == 1 and "switched off" in stderr
+
+
+def test_notices_reach_a_headless_host(admin, signed_in):
+    user = admin.create_account("nt")
+    host = signed_in(user)
+    admin.post("push", {"to": user["username"], "type": "ZZN",
+                        "data": {"url": "http://example.invalid/n", "notice": {"id": 7}}})
+    notice = host.wait_for(lambda e: e.get("event") == "message" and e.get("type") == "ZZN")
+    assert (notice["conversation"], notice["status"]) == ("kavora", 1)
+    assert host.ok("whoami")["unreadNotices"] == 1
+
+    # A pop-up would open a modal page: the host reports it and goes on.
+    admin.post("push", {"to": user["username"], "type": "ZZO",
+                        "data": {"url": "http://example.invalid/p", "notice": {"id": 8}}})
+    popup = host.wait_for(lambda e: e.get("event") == "popup")
+    assert popup["url"].startswith("http://example.invalid/p?token=") and popup["url"].endswith("&id=8")
+    assert host.ok("whoami")["login"] is True
