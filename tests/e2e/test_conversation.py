@@ -29,6 +29,24 @@ def wait_for_rows(host, with_, count, group=False, timeout=30):
         time.sleep(0.2)
 
 
+def test_sign_in_by_code_and_by_scan(admin, hosts):
+    user = admin.create_account("sg")
+    host = hosts("sign-in")
+    assert (host.start["by"], host.start["visitor"]) == ("visitor", True)
+
+    host.ok("code %s" % user["phone"])
+    code = admin.get("sms?phone=%s" % user["phone"])["code"]
+    assert host.command("login sms %s 000000" % user["phone"])["code"] == 1
+    session = host.ok("login sms %s %s" % (user["phone"], code))
+    assert (session["user"], session["login"], session["connected"]) == (user["username"], True, True)
+    # A code is good once.
+    assert host.command("login sms %s %s" % (user["phone"], code))["ok"] is False
+
+    host.ok("logout")
+    scene = admin.post("scan", {"username": user["username"]})["scene"]
+    assert host.ok("login scan %s" % scene)["user"] == user["username"]
+
+
 def test_text_both_ways(admin, signed_in):
     a, b = admin.create_account("ta"), admin.create_account("tb")
     admin.post("friends", {"a": a["username"], "b": b["username"]})
