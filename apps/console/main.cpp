@@ -98,6 +98,8 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     g_defaultHandler = qInstallMessageHandler(filterMessages);
     QApplication app(argc, argv);
+    // Windows of the module come and go (a notice page); the host ends by its own rule.
+    QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("kvmess-console"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KVMESS_CONSOLE_VERSION));
 
