@@ -514,6 +514,9 @@ KvConsoleHost::Outcome KvConsoleHost::send(const KvConsoleCommand &command)
     }
     if (!handedOver) {
         m_sendMatcher = nullptr;
+        const QString service = QStringLiteral("http://%1:30081/").arg(KvSelfServerManager::instance()->fileServerHost());
+        if (!reachable(QUrl(service)))
+            return failure(ExitUnreachable, QStringLiteral("cannot reach the file service at %1").arg(service));
         return failure(ExitFailed, QStringLiteral("the upload of %1 to the file service failed").arg(path));
     }
 

@@ -27,14 +27,18 @@ CASES = {
                      1, "no such file: /no/such/file"),
     "not signed in": (["send", "text", "{user}", "hello"], 1, "not signed in"),
     "server down": (["login", "password", "{user}", "{password}"], 3, "cannot reach the account service"),
+    "file service down": (["login", "password", "{user}", "{password}", ";", "send", "file", "{user}", "{file}"],
+                          3, "cannot reach the file service at http://127.255.255.254:30081/"),
 }
 
 
 @pytest.mark.parametrize("case", list(CASES))
 def test_bad_input(case, console, server, account, tmp_path):
     args, code, message = CASES[case]
-    args = [a.format(user=account["username"], password=account["password"]) for a in args]
+    args = [a.format(user=account["username"], password=account["password"], file=__file__) for a in args]
     env = server.host_env()
+    if case == "file service down":
+        env["KVMESS_FILE_HOST"] = "127.255.255.254"
     if case == "server down":
         port = closed_port()
         env.update({"KVMESS_ACCOUNT_URL": "http://127.0.0.1:%d/" % port,
