@@ -9,6 +9,7 @@
 #include "messaging/wscommunicationmanager.h"
 #include "platform/dataadapter.h"
 #include "platform/databasefactory.h"
+#include "benchserver.h"
 #include "referenceserver.h"
 #include "store/friendmessagemanager.h"
 #include "store/usercommmanager.h"
@@ -81,18 +82,13 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     const int total = argc > 1 ? QByteArray(argv[1]).toInt() : 10000;
     QTemporaryDir dir;
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir.filePath("settings"));
-    KvUserManager::openSettings()->setValue("userWorkPath", dir.filePath("work"));
-
-    const QString fixture = dir.filePath("server");
-    if (QProcess::execute("bash", {QStringLiteral(KVMESS_SERVER_DIR "/fixture.sh"), "start", fixture}) != 0)
+    BenchServer server(dir);
+    if (!server.isRunning())
         return 1;
-    qputenv("KVMESS_FIXTURE_DIR", fixture.toUtf8());
-    ReferenceServer::useFixture();
     const QString reader = QStringLiteral("benchreader");
     const QString writer = QStringLiteral("benchwriter");
-    ReferenceServer::adminPost("accounts", {{"username", reader}, {"password", password}});
-    ReferenceServer::adminPost("accounts", {{"username", writer}, {"password", password}});
+    BenchServer::createAccount(reader, password);
+    BenchServer::createAccount(writer, password);
 
     int result = 1;
     KvFriendMessageManager *messages = KvUserCommManager::instance()->friendMessageManager();
@@ -202,6 +198,5 @@ int main(int argc, char **argv)
     }();
 
     KvUserManager::instance()->logOut();
-    QProcess::execute("bash", {QStringLiteral(KVMESS_SERVER_DIR "/fixture.sh"), "stop", fixture});
     return result;
 }

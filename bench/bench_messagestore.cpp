@@ -5,6 +5,7 @@
 #include "account/usermanager.h"
 #include "platform/databasefactory.h"
 #include "platform/dataadapter.h"
+#include "benchserver.h"
 #include "referenceserver.h"
 #include "store/friendmessagemanager.h"
 #include "store/usercommmanager.h"
@@ -43,15 +44,10 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     const int total = argc > 1 ? QByteArray(argv[1]).toInt() : 5000;
     QTemporaryDir dir;
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir.filePath("settings"));
-    KvUserManager::openSettings()->setValue("userWorkPath", dir.filePath("work"));
-
-    const QString fixture = dir.filePath("server");
-    if (QProcess::execute("bash", {QStringLiteral(KVMESS_SERVER_DIR "/fixture.sh"), "start", fixture}) != 0)
+    BenchServer server(dir);
+    if (!server.isRunning())
         return 1;
-    qputenv("KVMESS_FIXTURE_DIR", fixture.toUtf8());
-    ReferenceServer::useFixture();
-    ReferenceServer::adminPost("accounts", {{"username", "benchuser"}, {"password", "pw"}});
+    BenchServer::createAccount("benchuser", "pw");
     KvUserCommManager::instance();
     if (!KvUserManager::instance()->requestLoginByPassword("benchuser", "pw"))
         return 1;
@@ -114,6 +110,5 @@ int main(int argc, char **argv)
                              .toJson(QJsonDocument::Compact)
                              .constData());
     KvUserManager::instance()->logOut();
-    QProcess::execute("bash", {QStringLiteral(KVMESS_SERVER_DIR "/fixture.sh"), "stop", fixture});
     return 0;
 }

@@ -4,6 +4,7 @@
 //   bench_upload [MiB]   (default 100)
 #include "account/usermanager.h"
 #include "platform/selfservermanager.h"
+#include "benchserver.h"
 #include "referenceserver.h"
 #include "store/usercommmanager.h"
 #include "transfer/sendmessagehelper.h"
@@ -65,15 +66,10 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     const qint64 size = (argc > 1 ? QByteArray(argv[1]).toLongLong() : 100) * 1024 * 1024;
     QTemporaryDir dir;
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, dir.filePath("settings"));
-    KvUserManager::openSettings()->setValue("userWorkPath", dir.filePath("work"));
-
-    const QString fixture = dir.filePath("server");
-    if (QProcess::execute("bash", {QStringLiteral(KVMESS_SERVER_DIR "/fixture.sh"), "start", fixture}) != 0)
+    BenchServer server(dir);
+    if (!server.isRunning())
         return 1;
-    qputenv("KVMESS_FIXTURE_DIR", fixture.toUtf8());
-    ReferenceServer::useFixture();
-    ReferenceServer::adminPost("accounts", {{"username", "benchuser"}, {"password", "pw"}});
+    BenchServer::createAccount("benchuser", "pw");
     KvUserCommManager::instance();
     if (!KvUserManager::instance()->requestLoginByPassword("benchuser", "pw"))
         return 1;
@@ -130,6 +126,5 @@ int main(int argc, char **argv)
                              .toJson(QJsonDocument::Compact)
                              .constData());
     KvUserManager::instance()->logOut();
-    QProcess::execute("bash", {QStringLiteral(KVMESS_SERVER_DIR "/fixture.sh"), "stop", fixture});
     return sent && curlOk ? 0 : 1;
 }
