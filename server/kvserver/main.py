@@ -166,16 +166,17 @@ async def serve(args):
         print("kvmess-server: cannot listen: %s" % e, file=sys.stderr, flush=True)
         await proc.stop()
         return 3
+    # Handlers first: whoever reads the ready file may stop the server at once.
+    stop = asyncio.Event()
+    loop = asyncio.get_running_loop()
+    for sig in (signal.SIGTERM, signal.SIGINT):
+        loop.add_signal_handler(sig, stop.set)
     info = proc.info()
     if args.ready_file:
         write_ready_file(args.ready_file, info)
     print("kvmess-server ready account=%s message=%s file=%s:%d" % (
         info["account_url"], info["message_host"], info["file_host"], info["file_port"]),
         flush=True)
-    stop = asyncio.Event()
-    loop = asyncio.get_running_loop()
-    for sig in (signal.SIGTERM, signal.SIGINT):
-        loop.add_signal_handler(sig, stop.set)
     await stop.wait()
     await proc.stop()
     return 0
