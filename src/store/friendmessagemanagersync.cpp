@@ -85,8 +85,37 @@ bool KvFriendMessageManagerSync::fromWSMessage(KvFriendMessageData &record, cons
 
 void KvFriendMessageManagerSync::slotOnChatMsgReceived(QList<KvWSMessagePtr> messages)
 {
+    // A catch-up brings up to 100 messages in one text: they are written in
+    // one transaction instead of one each. Should the commit fail, the
+    // catch-up mark goes back with the rows and the next connect fetches them again.
+    // IMMEDIATE takes the write lock up front, waiting out other writers: a
+    // deferred transaction that has read first cannot wait for it later.
+    m_inBatch = messages.size() > 1 && dataAdapter
+        && !dataAdapter->sqlQuery(QStringLiteral("BEGIN IMMEDIATE")).lastError().isValid();
     for (const KvWSMessagePtr &message : qAsConst(messages))
         slotOnNoticeMsgReceived(message);
+    if (!m_inBatch)
+        return;
+    m_inBatch = false;
+    const QSqlError error = dataAdapter->sqlQuery(QStringLiteral("COMMIT")).lastError();
+    if (error.isValid()) {
+        lastError = error.text();
+        qCWarning(kvStore) << "cannot commit received messages:" << lastError;
+        dataAdapter->sqlQuery(QStringLiteral("ROLLBACK"));
+        m_announcements.clear();
+        return;
+    }
+    // Announced once committed, so that readers on other connections find the rows.
+    for (const auto &emission : std::exchange(m_announcements, {}))
+        emission();
+}
+
+void KvFriendMessageManagerSync::announce(std::function<void()> emission)
+{
+    if (m_inBatch)
+        m_announcements.append(std::move(emission));
+    else
+        emission();
 }
 
 void KvFriendMessageManagerSync::slotOnNoticeMsgReceived(KvWSMessagePtr msg)
@@ -202,7 +231,7 @@ bool KvFriendMessageManagerSync::insertMessage(const QString &table, const KvFri
     if (!exec(query))
         return false;
     if (emitNew)
-        emit signalNewMessage(record);
+        announce([this, record] { emit signalNewMessage(record); });
     writeLastMessageId(record.messageServerId);
     return true;
 }
@@ -221,7 +250,7 @@ bool KvFriendMessageManagerSync::updateMessage(const QString &table, const KvFri
         return false;
     }
     saveFileInfo(record.fileInfo);
-    emit singnalSendFinished(record.toUserId, record.messageLocalId);
+    announce([this, record] { emit singnalSendFinished(record.toUserId, record.messageLocalId); });
     return true;
 }
 
@@ -281,7 +310,7 @@ bool KvFriendMessageManagerSync::createMessageTable(const QString &name)
         lastError = query.lastError().text();
         return false;
     }
-    emit signalCreateMessageTable(name);
+    announce([this, name] { emit signalCreateMessageTable(name); });
     return true;
 }
 

@@ -6,6 +6,8 @@
 
 #include <QSqlQuery>
 
+#include <functional>
+
 // The worker of the message store: stores every incoming message and every
 // record of the send pipeline, keeps the catch-up mark and starts the
 // downloads of received files. Lives on KvFriendMessageManager's thread.
@@ -49,4 +51,9 @@ private:
     bool updateMessage(const QString &table, const KvFriendMessageData &record);
     void writeLastMessageId(const QString &id);
     bool exec(QSqlQuery &query);
+    // Emits now, or after the batch's commit while one is being written.
+    void announce(std::function<void()> emission);
+
+    bool m_inBatch = false;
+    QList<std::function<void()>> m_announcements;
 };

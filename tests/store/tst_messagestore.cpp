@@ -77,6 +77,7 @@ private Q_SLOTS:
     void reads();
     void catchUpStoresEachMessageOnce();
     void popUpNotice();
+    void batchWaitsForAnotherWriter();
     void logoutClosesAndSwitchReopens();
 
 private:
@@ -362,6 +363,39 @@ void TestMessageStore::popUpNotice()
     QCOMPARE(seenUrl, QStringLiteral("http://notice.example/page?token=%1&id=42")
                           .arg(KvUserManager::instance()->getUserLoginInfo().token));
     QCOMPARE(seenTitle, QStringLiteral("优惠"));
+}
+
+void TestMessageStore::batchWaitsForAnotherWriter()
+{
+    // Another connection holds the write lock, and writes, while a text of
+    // five frames arrives: the batch waits for it and is stored whole.
+    const QString table = "FriendMessageTable_" + m_friend;
+    const int before = rows(table).size();
+    {
+        QSqlDatabase locker = QSqlDatabase::addDatabase("QSQLITE", "locker");
+        locker.setDatabaseName(m_dbFile);
+        QVERIFY(locker.open());
+        QSqlQuery query(locker);
+        QVERIFY(query.exec("BEGIN IMMEDIATE"));
+        QVERIFY(query.exec("CREATE TABLE IF NOT EXISTS Probe (x INTEGER)"));
+        QVERIFY(query.exec("INSERT INTO Probe VALUES (1)"));
+
+        QJsonArray frames;
+        for (int i = 0; i < 5; ++i) {
+            const QString id = QString::number(8000000 + i);
+            frames.append(QJsonObject{{"type", "BBC"}, {"data", QJsonObject{{"text", "batch"}}}, {"message_id", id},
+                                      {"create_time", 1795000000 + i}, {"platform", "phone"}, {"from", m_friend},
+                                      {"group", false}, {"to", QJsonArray{m_me}}, {"sid", "batch" + id}});
+        }
+        ReferenceServer::adminPost(
+            "push", {{"to", m_me}, {"raw", QString::fromUtf8(QJsonDocument(frames).toJson(QJsonDocument::Compact))}});
+        QTest::qWait(300);
+        QCOMPARE(rows(table).size(), before);
+        QVERIFY(query.exec("COMMIT"));
+        locker.close();
+    }
+    QSqlDatabase::removeDatabase("locker");
+    QTRY_COMPARE(rows(table).size(), before + 5);
 }
 
 void TestMessageStore::logoutClosesAndSwitchReopens()
