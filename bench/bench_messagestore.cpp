@@ -47,9 +47,7 @@ int main(int argc, char **argv)
     BenchServer server(dir);
     if (!server.isRunning())
         return 1;
-    BenchServer::createAccount("benchuser", "pw");
-    KvUserCommManager::instance();
-    if (!KvUserManager::instance()->requestLoginByPassword("benchuser", "pw"))
+    if (!BenchServer::signIn("benchuser", "pw"))
         return 1;
     const QString dbFile = dir.filePath("work/UserInfo/benchuser/benchuser.db");
     const QString table = "FriendMessageTable_sender";

@@ -2,6 +2,7 @@
 
 #include "account/usermanager.h"
 #include "referenceserver.h"
+#include "store/usercommmanager.h"
 
 #include <QProcess>
 #include <QSettings>
@@ -34,6 +35,14 @@ public:
     static void createAccount(const QString &user, const QString &password)
     {
         ReferenceServer::adminPost("accounts", {{"username", user}, {"password", password}});
+    }
+
+    // A new account, signed in with the store listening, as a host would be.
+    static bool signIn(const QString &user, const QString &password)
+    {
+        createAccount(user, password);
+        KvUserCommManager::instance();
+        return KvUserManager::instance()->requestLoginByPassword(user, password);
     }
 
 private:

@@ -44,11 +44,8 @@ void KvUnreadMessageManager::setUserUnreadMessageCount(const QString &userName, 
     const auto current = unreadCounts.constFind(userName);
     if (current != unreadCounts.cend() && current.value() == count)
         return;
-    QSqlQuery query = dataAdapter->sqlQuery(Sql::upsertRow.arg(Sql::tableName));
-    query.bindValue(0, userName);
-    query.bindValue(1, count);
-    query.bindValue(2, count);
-    if (!KvStatementResult::run(query, lastError))
+    if (!KvStatementResult::runWith(dataAdapter, lastError, Sql::upsertRow.arg(Sql::tableName),
+                                    {userName, count, count}))
         return;
     unreadCounts.insert(userName, count);
     emit signalUnreadMessageChanged();
