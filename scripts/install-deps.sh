@@ -8,6 +8,7 @@ packages=(
     libssl-dev
     python3 python3-aiohttp python3-cryptography python3-pytest python3-pytest-aiohttp
     valgrind
+    fonts-wqy-microhei xvfb xauth qttools5-dev-tools
 )
 missing=()
 for package in "${packages[@]}"; do
