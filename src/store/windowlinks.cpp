@@ -1,5 +1,7 @@
 #include "windowlinks_p.h"
 
+#include "panel/usercommwidget.h"
+
 namespace KvWindowLinks {
 
 void closeChat()
@@ -17,7 +19,11 @@ QString currentChatUser()
 
 QWidget *mainWidget()
 {
-    return nullptr;
+    return KvUserCommWidget::mainWidow();
+}
+
+void openAllUnreadMessage()
+{
 }
 
 } // namespace KvWindowLinks

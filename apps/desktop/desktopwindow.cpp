@@ -1,0 +1,133 @@
+#include "desktopwindow.h"
+
+#include "account/usermanager.h"
+#include "mapcanvas.h"
+#include "messaging/wscommunicationmanager.h"
+#include "panel/usercommwidget.h"
+#include "platform/mc.h"
+#include "platform/mceventdispatcher.h"
+#include "signindialog.h"
+#include "store/usercommmanager.h"
+
+#include <QDockWidget>
+#include <QLabel>
+#include <QMenuBar>
+#include <QStatusBar>
+
+namespace {
+constexpr int StatusMs = 8000;
+}
+
+KvDesktopWindow::KvDesktopWindow(QWidget *parent)
+    : QMainWindow(parent)
+{
+    setObjectName(QStringLiteral("desktopWindow"));
+    // The store listens before the first sign-in, as it does in the application.
+    KvUserCommManager *store = KvUserCommManager::instance();
+
+    m_canvas = new KvMapCanvas(this);
+    setCentralWidget(m_canvas);
+
+    // Made with the main window as parent, so chat windows opened from any
+    // panel know the application's window.
+    m_panel = new KvUserCommWidget(this);
+    m_dock = new QDockWidget(tr("消息"), this);
+    m_dock->setObjectName(QStringLiteral("dockMessages"));
+    m_dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
+    m_dock->setWidget(m_panel);
+    m_dock->setMinimumWidth(300);
+    addDockWidget(Qt::RightDockWidgetArea, m_dock);
+
+    m_linkLabel = new QLabel(this);
+    m_linkLabel->setObjectName(QStringLiteral("labelLink"));
+    statusBar()->addPermanentWidget(m_linkLabel);
+    buildMenus();
+
+    KvUserManager *users = KvUserManager::instance();
+    connect(users, &KvUserManager::signalUserLoginStateChanged, this, &KvDesktopWindow::slotUpdateTitle);
+    connect(users, &KvUserManager::signalVisitorLogin, this, &KvDesktopWindow::slotUpdateTitle);
+    connect(users, &KvUserManager::signalUpdateLoginInfo, this, &KvDesktopWindow::slotUpdateTitle);
+    KvWSCommunicationManager *link = KvWSCommunicationManager::getDefault();
+    connect(link, &KvWSCommunicationManager::onConnected, this, &KvDesktopWindow::slotUpdateTitle);
+    connect(link, &KvWSCommunicationManager::onDisconnected, this, &KvDesktopWindow::slotUpdateTitle);
+
+    connect(store, &KvUserCommManager::signalLaodFile, this, &KvDesktopWindow::slotLoadFile);
+    Mc::eventDispatcher()->connectToEventImpl(QStringLiteral("task.file.prepare"), this,
+                                              McSlotObjectWrapper(&KvDesktopWindow::slotFilePrepare));
+    resize(1180, 760);
+    slotUpdateTitle();
+}
+
+void KvDesktopWindow::buildMenus()
+{
+    QMenu *account = menuBar()->addMenu(tr("账号(&A)"));
+    account->addAction(tr("登录..."), this, &KvDesktopWindow::slotSignIn)->setObjectName(QStringLiteral("actionSignIn"));
+    account->addAction(tr("退出登录"), this, &KvDesktopWindow::slotSignOut)->setObjectName(QStringLiteral("actionSignOut"));
+    account->addSeparator();
+    account->addAction(tr("退出(&Q)"), this, &QWidget::close, QKeySequence::Quit);
+
+    QMenu *messages = menuBar()->addMenu(tr("消息(&M)"));
+    messages->addAction(tr("打开全部未读消息"), this, [this] { m_panel->openAllUnreadMessage(); });
+    messages->addAction(tr("联系客服"), this, [this] {
+        // The module opens the customer-service conversation on this event.
+        Mc::eventDispatcher()->submitEvent_helper(QStringLiteral("user.openCustomerServiceChat"));
+        statusBar()->showMessage(tr("已请求客服会话"), StatusMs);
+    });
+    messages->addAction(m_dock->toggleViewAction());
+}
+
+void KvDesktopWindow::startSession()
+{
+    statusBar()->showMessage(tr("正在登录..."));
+    KvUserManager::instance()->init();
+    statusBar()->clearMessage();
+    slotUpdateTitle();
+}
+
+QString KvDesktopWindow::sessionText() const
+{
+    const KvUserManager *users = KvUserManager::instance();
+    const QString user = users->getUserLoginInfo().username;
+    if (users->isLogin()) {
+        const QString nick = users->getUserInfo().nickName;
+        return nick.isEmpty() || nick == user ? user : QStringLiteral("%1 (%2)").arg(nick, user);
+    }
+    return user.isEmpty() ? tr("未登录") : tr("访客 %1").arg(user);
+}
+
+void KvDesktopWindow::slotUpdateTitle()
+{
+    const bool connected = KvWSCommunicationManager::getDefault()->isConnected();
+    const QString link = connected ? tr("消息已连接") : tr("消息未连接");
+    setWindowTitle(tr("KvMess 桌面 - %1 - %2").arg(sessionText(), link));
+    m_linkLabel->setText(link);
+    m_linkLabel->setProperty("connected", connected);
+}
+
+void KvDesktopWindow::slotSignIn()
+{
+    KvSignInDialog dialog(this);
+    if (dialog.exec() == QDialog::Accepted)
+        statusBar()->showMessage(tr("已登录：%1").arg(sessionText()), StatusMs);
+    slotUpdateTitle();
+}
+
+void KvDesktopWindow::slotSignOut()
+{
+    KvUserManager *users = KvUserManager::instance();
+    if (!users->isLogin())
+        return;
+    users->logOut();
+    statusBar()->showMessage(tr("已退出登录"), StatusMs);
+    slotUpdateTitle();
+}
+
+void KvDesktopWindow::slotLoadFile(QString filePath)
+{
+    statusBar()->showMessage(tr("主程序加载文件：%1").arg(filePath), StatusMs);
+}
+
+void KvDesktopWindow::slotFilePrepare()
+{
+    statusBar()->showMessage(tr("下载任务：准备文件"), StatusMs);
+}

@@ -1,0 +1,119 @@
+// kvmess-desktop: the application's stand-in that a person starts, with the
+// messaging panel docked beside a map area.
+#include "account/usermanager.h"
+#include "desktopwindow.h"
+#include "platform/theme.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDir>
+#include <QLoggingCategory>
+#include <QSettings>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+int g_signalPipe[2] = {-1, -1};
+
+void onSignal(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t written = ::write(g_signalPipe[1], &byte, 1);
+}
+
+// Ctrl-C and SIGTERM close the window like the close button does.
+void quitOnSignals(QWidget *window)
+{
+    if (::pipe(g_signalPipe) != 0)
+        return;
+    auto *notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, window);
+    QObject::connect(notifier, &QSocketNotifier::activated, window, [notifier, window] {
+        char byte;
+        [[maybe_unused]] const ssize_t count = ::read(g_signalPipe[0], &byte, 1);
+        notifier->setEnabled(false);
+        window->close();
+        QCoreApplication::quit();
+    });
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+// A profile folder is a user of its own: persisted login, settings, work folder.
+void useProfile(const QString &folder)
+{
+    const QString absolute = QDir(folder).absolutePath();
+    QDir().mkpath(absolute);
+    const QString config = QDir(absolute).filePath(QStringLiteral("config"));
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, config);
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, config);
+    const auto settings = KvUserManager::openSettings();
+    if (!settings->contains(QStringLiteral("userWorkPath")))
+        settings->setValue(QStringLiteral("userWorkPath"), QDir(absolute).filePath(QStringLiteral("work")));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("kvmess-desktop"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KVMESS_DESKTOP_VERSION));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("The desktop host of the KvMess messaging module."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption profile({QStringLiteral("p"), QStringLiteral("profile")},
+                                     QStringLiteral("Keep the persisted login, settings and received files in "
+                                                    "<folder> instead of the user's own."),
+                                     QStringLiteral("folder"));
+    const QCommandLineOption user(QStringLiteral("user"),
+                                  QStringLiteral("Sign in as <name> at start (with --password), unless the "
+                                                 "stored sign-in is that user already."),
+                                  QStringLiteral("name"));
+    const QCommandLineOption password(QStringLiteral("password"), QStringLiteral("The password for --user."),
+                                      QStringLiteral("password"));
+    const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Use the dark theme."));
+    const QCommandLineOption verbose({QStringLiteral("v"), QStringLiteral("verbose")},
+                                     QStringLiteral("Let the module's log lines through."));
+    parser.addOptions({profile, user, password, dark, verbose});
+    parser.process(app);
+    if (parser.isSet(user) != parser.isSet(password)) {
+        std::fprintf(stderr, "kvmess-desktop: --user and --password go together\n");
+        return 2;
+    }
+    if (!parser.isSet(verbose) && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
+        QLoggingCategory::setFilterRules(QStringLiteral("kvmess.*.debug=false\nkvmess.*.info=false"));
+    if (parser.isSet(profile))
+        useProfile(parser.value(profile));
+
+    KvTheme::apply(parser.isSet(dark) ? KvTheme::Dark : KvTheme::Light);
+    KvDesktopWindow window;
+    quitOnSignals(&window);
+    window.show();
+
+    // The start blocks on the account service; the window is up first.
+    QTimer::singleShot(0, &window, [&] {
+        window.startSession();
+        if (!parser.isSet(user))
+            return;
+        KvUserManager *users = KvUserManager::instance();
+        const QString name = parser.value(user);
+        if (users->isLogin() && (users->loginUserName() == name || users->loginUserPhone() == name))
+            return;
+        if (users->isLogin())
+            users->logOut();
+        if (!users->requestLoginByPassword(name, parser.value(password)))
+            std::fprintf(stderr, "kvmess-desktop: sign-in as %s refused\n", qPrintable(name));
+        window.slotUpdateTitle();
+    });
+    return app.exec();
+}

@@ -1,0 +1,158 @@
+#include "usercommwidget.h"
+#include "ui_usercommwidget.h"
+
+#include "store/unreadmessagemanager.h"
+#include "store/usercommmanager.h"
+#include "store/windowlinks_p.h"
+
+#include <QButtonGroup>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPointer>
+#include <QSpacerItem>
+#include <QVBoxLayout>
+
+namespace {
+
+QPointer<QWidget> g_mainWidow;
+
+// A page whose content has not been built yet: an empty, styled page in the stack.
+QWidget *placeholderPage(const QString &name, QWidget *parent)
+{
+    auto *page = new QWidget(parent);
+    page->setObjectName(name);
+    page->setAttribute(Qt::WA_StyledBackground);
+    return page;
+}
+
+QLabel *cornerBadge(QAbstractButton *button)
+{
+    auto *label = new QLabel(button);
+    label->setObjectName(QStringLiteral("msgCntLabel"));
+    label->setAlignment(Qt::AlignCenter);
+    label->hide();
+
+    auto *row = new QHBoxLayout;
+    row->setContentsMargins(0, 5, 8, 0);
+    row->setSpacing(0);
+    row->addItem(new QSpacerItem(40, 1, QSizePolicy::Expanding, QSizePolicy::Minimum));
+    row->addWidget(label);
+
+    auto *column = new QVBoxLayout(button);
+    column->setContentsMargins(0, 2, 0, 0);
+    column->setSpacing(0);
+    column->addLayout(row);
+    column->addItem(new QSpacerItem(1, 20, QSizePolicy::Minimum, QSizePolicy::Expanding));
+    return label;
+}
+
+void showCount(QLabel *label, int count)
+{
+    label->setText(QString::number(count));
+    label->setVisible(count != 0);
+}
+
+} // namespace
+
+KvUserCommWidget::KvUserCommWidget(QWidget *parent)
+    : QWidget(parent)
+    , ui(new Ui::KvUserCommWidget)
+{
+    init();
+}
+
+KvUserCommWidget::~KvUserCommWidget()
+{
+    delete ui;
+}
+
+QWidget *KvUserCommWidget::mainWidow()
+{
+    return g_mainWidow.data();
+}
+
+void KvUserCommWidget::openAllUnreadMessage()
+{
+    KvWindowLinks::openAllUnreadMessage();
+}
+
+void KvUserCommWidget::init()
+{
+    ui->setupUi(this);
+    setAttribute(Qt::WA_StyledBackground);
+    if (!g_mainWidow)
+        g_mainWidow = parentWidget();
+
+    buttonGroup = new QButtonGroup(this);
+    noticeWidget = placeholderPage(QStringLiteral("noticeWidget"), this);
+    messageWidget = placeholderPage(QStringLiteral("messageWidget"), this);
+    friendWidget = placeholderPage(QStringLiteral("friendWidget"), this);
+    companyWidget = placeholderPage(QStringLiteral("companyWidget"), this);
+    const QList<QPair<QAbstractButton *, QWidget *>> pages = {
+        {ui->pushButtonNotice, noticeWidget},
+        {ui->pushButtonMessage, messageWidget},
+        {ui->pushButtonFriend, friendWidget},
+        {ui->pushButtonEnterprise, companyWidget},
+    };
+    for (const auto &page : pages) {
+        ui->stackedWidget->addWidget(page.second);
+        buttonPages.insert(page.first, page.second);
+        buttonGroup->addButton(page.first);
+    }
+    connect(buttonGroup, QOverload<QAbstractButton *>::of(&QButtonGroup::buttonClicked), this,
+            &KvUserCommWidget::slotButtonClicked);
+
+    // Nothing shows the all-read button again; its slot stays for the day it does.
+    ui->pushButtonAllRead->hide();
+    connect(ui->pushButtonAllRead, &QPushButton::clicked, this, &KvUserCommWidget::slotReadAll);
+
+    initMessageButton();
+    initNoticeButton();
+
+    connect(KvUserCommManager::instance()->userUnreadMessageManager(),
+            &KvUnreadMessageManager::signalUnreadMessageChanged, this,
+            &KvUserCommWidget::slotUnreadMessageChanged);
+    slotUnreadMessageChanged();
+
+    ui->pushButtonMessage->setChecked(true);
+    slotButtonClicked(ui->pushButtonMessage);
+}
+
+void KvUserCommWidget::initMessageButton()
+{
+    unreadMessageLabel = cornerBadge(ui->pushButtonMessage);
+}
+
+void KvUserCommWidget::initNoticeButton()
+{
+    unreadNoticeLabel = cornerBadge(ui->pushButtonNotice);
+}
+
+void KvUserCommWidget::setUnreadMessageCnt(int count)
+{
+    showCount(unreadMessageLabel, count);
+}
+
+void KvUserCommWidget::setUnreadNoticeCnt(int count)
+{
+    showCount(unreadNoticeLabel, count);
+}
+
+void KvUserCommWidget::slotButtonClicked(QAbstractButton *button)
+{
+    QWidget *page = buttonPages.value(button);
+    if (page)
+        ui->stackedWidget->setCurrentWidget(page);
+}
+
+void KvUserCommWidget::slotUnreadMessageChanged()
+{
+    const KvUnreadMessageManager *unread = KvUserCommManager::instance()->userUnreadMessageManager();
+    setUnreadMessageCnt(unread->allUnreadMesssageCount(false));
+    setUnreadNoticeCnt(unread->allUnreadNoticeCount());
+}
+
+void KvUserCommWidget::slotReadAll(bool)
+{
+    KvUserCommManager::instance()->userUnreadMessageManager()->clearAllUnreadMessage();
+}
