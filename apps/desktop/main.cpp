@@ -82,9 +82,13 @@ int main(int argc, char **argv)
     const QCommandLineOption password(QStringLiteral("password"), QStringLiteral("The password for --user."),
                                       QStringLiteral("password"));
     const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Use the dark theme."));
+    const QCommandLineOption screenshot(QStringLiteral("screenshot"),
+                                        QStringLiteral("Render the window to <file> (PNG) once the session has "
+                                                       "settled, then quit."),
+                                        QStringLiteral("file"));
     const QCommandLineOption verbose({QStringLiteral("v"), QStringLiteral("verbose")},
                                      QStringLiteral("Let the module's log lines through."));
-    parser.addOptions({profile, user, password, dark, verbose});
+    parser.addOptions({profile, user, password, dark, screenshot, verbose});
     parser.process(app);
     if (parser.isSet(user) != parser.isSet(password)) {
         std::fprintf(stderr, "kvmess-desktop: --user and --password go together\n");
@@ -100,20 +104,32 @@ int main(int argc, char **argv)
     quitOnSignals(&window);
     window.show();
 
+    // Long enough after the start for the link to come up and the lists to arrive.
+    const auto scheduleScreenshot = [&] {
+        if (!parser.isSet(screenshot))
+            return;
+        QTimer::singleShot(2500, &window, [&] {
+            const QString file = parser.value(screenshot);
+            const bool saved = window.grab().save(file, "PNG");
+            std::printf("%s\n", qPrintable(saved ? file : QStringLiteral("cannot write ") + file));
+            QCoreApplication::exit(saved ? 0 : 1);
+        });
+    };
     // The start blocks on the account service; the window is up first.
     QTimer::singleShot(0, &window, [&] {
         window.startSession();
-        if (!parser.isSet(user))
-            return;
         KvUserManager *users = KvUserManager::instance();
         const QString name = parser.value(user);
-        if (users->isLogin() && (users->loginUserName() == name || users->loginUserPhone() == name))
-            return;
-        if (users->isLogin())
-            users->logOut();
-        if (!users->requestLoginByPassword(name, parser.value(password)))
-            std::fprintf(stderr, "kvmess-desktop: sign-in as %s refused\n", qPrintable(name));
-        window.slotUpdateTitle();
+        const bool switchUser = parser.isSet(user)
+            && !(users->isLogin() && (users->loginUserName() == name || users->loginUserPhone() == name));
+        if (switchUser) {
+            if (users->isLogin())
+                users->logOut();
+            if (!users->requestLoginByPassword(name, parser.value(password)))
+                std::fprintf(stderr, "kvmess-desktop: sign-in as %s refused\n", qPrintable(name));
+            window.slotUpdateTitle();
+        }
+        scheduleScreenshot();
     });
     return app.exec();
 }
