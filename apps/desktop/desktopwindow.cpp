@@ -3,6 +3,7 @@
 #include "account/usermanager.h"
 #include "mapcanvas.h"
 #include "messaging/wscommunicationmanager.h"
+#include "panel/selfinfoeditdialog.h"
 #include "panel/usercommwidget.h"
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
@@ -63,6 +64,8 @@ void KvDesktopWindow::buildMenus()
     QMenu *account = menuBar()->addMenu(tr("账号(&A)"));
     account->addAction(tr("登录..."), this, &KvDesktopWindow::slotSignIn)->setObjectName(QStringLiteral("actionSignIn"));
     account->addAction(tr("退出登录"), this, &KvDesktopWindow::slotSignOut)->setObjectName(QStringLiteral("actionSignOut"));
+    account->addAction(tr("编辑资料..."), this, &KvDesktopWindow::slotEditProfile)
+        ->setObjectName(QStringLiteral("actionEditProfile"));
     account->addSeparator();
     account->addAction(tr("退出(&Q)"), this, &QWidget::close, QKeySequence::Quit);
 
@@ -119,6 +122,17 @@ void KvDesktopWindow::slotSignOut()
         return;
     users->logOut();
     statusBar()->showMessage(tr("已退出登录"), StatusMs);
+    slotUpdateTitle();
+}
+
+void KvDesktopWindow::slotEditProfile()
+{
+    if (!KvUserManager::instance()->isLogin()) {
+        statusBar()->showMessage(tr("请先登录"), StatusMs);
+        return;
+    }
+    KvSelfInfoEditDialog dialog(this);
+    dialog.exec();
     slotUpdateTitle();
 }
 

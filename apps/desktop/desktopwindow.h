@@ -27,6 +27,7 @@ public Q_SLOTS:
     void slotSignIn();
     void slotSignOut();
     void slotUpdateTitle();
+    void slotEditProfile();
 
 private Q_SLOTS:
     void slotLoadFile(QString filePath);

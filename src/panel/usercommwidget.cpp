@@ -1,6 +1,8 @@
 #include "usercommwidget.h"
 #include "ui_usercommwidget.h"
 
+#include "panel/companywidget.h"
+#include "panel/friendwidget.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "store/windowlinks_p.h"
@@ -86,8 +88,10 @@ void KvUserCommWidget::init()
     buttonGroup = new QButtonGroup(this);
     noticeWidget = placeholderPage(QStringLiteral("noticeWidget"), this);
     messageWidget = placeholderPage(QStringLiteral("messageWidget"), this);
-    friendWidget = placeholderPage(QStringLiteral("friendWidget"), this);
-    companyWidget = placeholderPage(QStringLiteral("companyWidget"), this);
+    friendWidget = new KvFriendWidget(this);
+    friendWidget->setObjectName(QStringLiteral("friendWidget"));
+    companyWidget = new KvCompanyWidget(this);
+    companyWidget->setObjectName(QStringLiteral("companyWidget"));
     const QList<QPair<QAbstractButton *, QWidget *>> pages = {
         {ui->pushButtonNotice, noticeWidget},
         {ui->pushButtonMessage, messageWidget},

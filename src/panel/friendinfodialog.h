@@ -1,0 +1,23 @@
+#pragma once
+
+#include "platform/framelessdialog.h"
+
+namespace Ui {
+class KvFriendInfoDialog;
+}
+
+// A friend's profile, read-only, with a button that opens the conversation.
+class KvFriendInfoDialog : public KvFramelessDialog
+{
+    Q_OBJECT
+public:
+    KvFriendInfoDialog(const QString &userName, QWidget *parent = nullptr);
+    ~KvFriendInfoDialog() override;
+
+private Q_SLOTS:
+    void slotButtonSendMessageClicked(bool);
+
+private:
+    Ui::KvFriendInfoDialog *ui = nullptr;
+    QString userName;
+};

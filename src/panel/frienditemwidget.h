@@ -1,0 +1,32 @@
+#pragma once
+
+#include "account/userinfofriend.h"
+
+#include <QWidget>
+
+namespace Ui {
+class KvFriendItemWidget;
+}
+
+// One friend in a list: head portrait and name, with a context menu to chat,
+// to see the profile and to remove the friend.
+class KvFriendItemWidget : public QWidget
+{
+    Q_OBJECT
+public:
+    KvFriendItemWidget(const KvUserInfoFriend &info, QWidget *parent = nullptr);
+    ~KvFriendItemWidget() override;
+
+    void updateInfo(const KvUserInfoFriend &info);
+    QSize sizeHint() const override;
+
+private Q_SLOTS:
+    void slotCustomContextMenuRequested(QPoint pos);
+    void slotSendMessage();
+    void slotCheckInformation();
+    void slotRemoveFriend();
+
+private:
+    Ui::KvFriendItemWidget *ui = nullptr;
+    QString userName;
+};

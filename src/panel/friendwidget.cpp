@@ -1,0 +1,165 @@
+#include "friendwidget.h"
+#include "ui_friendwidget.h"
+
+#include "account/usermanager.h"
+#include "panel/frienditemwidget.h"
+#include "panel/listwidgetsortitem.h"
+#include "panel/usercommwidget.h"
+#include "platform/inputdialog.h"
+#include "platform/messagebox.h"
+#include "platform/pinyinhelper.h"
+#include "store/friendmanager.h"
+#include "store/usercommmanager.h"
+#include "store/windowlinks_p.h"
+
+#include <QRegExpValidator>
+
+namespace {
+
+enum Role { UserNameRole = Qt::UserRole + 2, SortKeyRole = Qt::UserRole + 3, NickNameRole = Qt::UserRole + 4 };
+constexpr int CollatorSort = 2;
+
+} // namespace
+
+KvFriendWidget::KvFriendWidget(QWidget *parent)
+    : QWidget(parent)
+    , ui(new Ui::KvFriendWidget)
+{
+    ui->setupUi(this);
+    setAttribute(Qt::WA_StyledBackground);
+    ui->listWidget->setViewMode(QListView::ListMode);
+    ui->listWidget->setResizeMode(QListView::Adjust);
+    ui->listWidget->setSelectionMode(QAbstractItemView::NoSelection);
+    setFocusPolicy(Qt::NoFocus);
+
+    KvUserCommManager *store = KvUserCommManager::instance();
+    KvFriendManager *friends = store->friendManager();
+    connect(friends, &KvFriendManager::signalFriendUpdate, this, &KvFriendWidget::slotFriendUpdate);
+    connect(friends, &KvFriendManager::signalFriendNew, this, &KvFriendWidget::slotFriendNew);
+    connect(friends, &KvFriendManager::signalFriendRemove, this, &KvFriendWidget::slotFriendRemove);
+    connect(ui->pushButtonAddFriend, &QPushButton::clicked, this, &KvFriendWidget::slotButtonAddFriendClicked);
+    connect(ui->pushButtonCustomerService, &QPushButton::clicked, store, &KvUserCommManager::openCustomerServiceChat);
+    connect(store, &KvUserCommManager::signalCommLoginStateChanged, this, &KvFriendWidget::slotCommLoginStateChanged);
+    connect(ui->listWidget, &QListWidget::itemDoubleClicked, this, &KvFriendWidget::slotItemDoubleClicked);
+    connect(ui->lineEditSearch, &QLineEdit::textChanged, this, &KvFriendWidget::slotLineEditSearchTextChanged);
+
+    clearItems();
+    loadFriends();
+    // The add-friend flow stays built, but this version offers no way in.
+    ui->pushButtonAddFriend->hide();
+}
+
+KvFriendWidget::~KvFriendWidget()
+{
+    delete ui;
+}
+
+void KvFriendWidget::clearItems()
+{
+    ui->listWidget->clear();
+    friendItems.clear();
+    letterHeaders.clear();
+}
+
+void KvFriendWidget::loadFriends()
+{
+    QList<KvUserInfoFriend> friends;
+    KvUserCommManager::instance()->friendManager()->allFriends(friends);
+    for (const KvUserInfoFriend &info : qAsConst(friends))
+        addFriendItem(info);
+    ui->listWidget->sortItems(Qt::AscendingOrder);
+}
+
+void KvFriendWidget::addFriendItem(const KvUserInfoFriend &info)
+{
+    const QString letter = KvPinYinHelper::getChineseFirst(info.nickName);
+    if (!letterHeaders.contains(letter)) {
+        auto *header = new KvListWidgetSortItem(CollatorSort, SortKeyRole, ui->listWidget);
+        header->setData(SortKeyRole, letter + QLatin1Char('A'));
+        header->setText(letter);
+        header->setFlags(Qt::NoItemFlags);
+        letterHeaders.append(letter);
+    }
+    // The own entry goes above every letter.
+    const QString sortKey = info.userName == KvUserManager::instance()->loginUserName()
+        ? QStringLiteral("#000")
+        : letter + QLatin1Char('B');
+    auto *item = new KvListWidgetSortItem(CollatorSort, SortKeyRole, ui->listWidget);
+    item->setData(SortKeyRole, sortKey);
+    item->setData(NickNameRole, info.nickName);
+    item->setData(UserNameRole, info.userName);
+    auto *row = new KvFriendItemWidget(info);
+    item->setSizeHint(row->sizeHint());
+    ui->listWidget->setItemWidget(item, row);
+    friendItems.insert(info.userName, item);
+}
+
+void KvFriendWidget::slotFriendNew(KvUserInfoFriend friendInfo)
+{
+    addFriendItem(friendInfo);
+    ui->listWidget->sortItems(Qt::AscendingOrder);
+}
+
+void KvFriendWidget::slotFriendUpdate(KvUserInfoFriend friendInfo)
+{
+    QListWidgetItem *item = friendItems.value(friendInfo.userName);
+    if (!item)
+        return;
+    // The roles keep the old name until the list is built again.
+    if (auto *row = qobject_cast<KvFriendItemWidget *>(ui->listWidget->itemWidget(item)))
+        row->updateInfo(friendInfo);
+    ui->listWidget->sortItems(Qt::AscendingOrder);
+}
+
+void KvFriendWidget::slotFriendRemove(QString userName)
+{
+    QListWidgetItem *item = friendItems.value(userName);
+    if (!item)
+        return;
+    ui->listWidget->removeItemWidget(item);
+    delete item;
+    friendItems.remove(userName);
+}
+
+void KvFriendWidget::slotCommLoginStateChanged(bool state)
+{
+    clearItems();
+    if (state)
+        loadFriends();
+}
+
+void KvFriendWidget::slotItemDoubleClicked(QListWidgetItem *item)
+{
+    const QString userName = item->data(UserNameRole).toString();
+    if (userName.isEmpty())
+        return;
+    KvWindowLinks::createChat(userName, KvUserCommWidget::mainWidow(), false);
+}
+
+void KvFriendWidget::slotButtonAddFriendClicked(bool)
+{
+    KvInputDialog dialog(this);
+    dialog.setLabelText(tr("好友手机号："));
+    dialog.setTitle(tr("添加好友"));
+    dialog.setValidator(new QRegExpValidator(QRegExp(QStringLiteral("^1\\d{10}$"), Qt::CaseSensitive)));
+    dialog.setCheckFunc([](const QString &text, QWidget *parent) {
+        if (!text.isEmpty())
+            return true;
+        KvMessageBox::show(parent, QObject::tr("手机号不能为空,请重新输入"), nullptr);
+        return false;
+    });
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    // The friend joins the list only when the other side agrees.
+    if (!KvUserManager::instance()->requestAddFriend(dialog.textValue()))
+        KvMessageBox::show(this, tr("添加好友失败!"), nullptr);
+}
+
+void KvFriendWidget::slotLineEditSearchTextChanged(QString text)
+{
+    for (int row = 0; row < ui->listWidget->count(); ++row) {
+        QListWidgetItem *item = ui->listWidget->item(row);
+        const bool shown = text.isEmpty() || item->data(NickNameRole).toString().contains(text, Qt::CaseInsensitive);
+        item->setHidden(!shown);
+    }
+}
