@@ -1,0 +1,215 @@
+#include "account/usermanager.h"
+#include "panel/companywidget.h"
+#include "panel/friendwidget.h"
+#include "panel/selfinfoeditdialog.h"
+#include "platform/messagebox.h"
+#include "referenceserver.h"
+#include "store/friendmanager.h"
+#include "store/friendmessagemanager.h"
+#include "store/usercommmanager.h"
+
+#include <QComboBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtTest>
+
+// The friend page, the team page and the own profile dialog against the
+// reference server, as a signed-in user sees them.
+class TestContactPages : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void friendsStandUnderTheirInitials();
+    void searchHidesHeadersAndIgnoresCase();
+    void removalDropsRowAndConversation();
+    void noTeamsShowsTheHint();
+    void profileSendsOnlyWhatChanged();
+    void portraitIsScaledIntoTheSquare_data();
+    void portraitIsScaledIntoTheSquare();
+    void cleanupTestCase();
+
+private:
+    // One line a row: "[B]" for a header, the shown name for a friend; hidden rows left out.
+    QStringList rows(QListWidget *list) const;
+    QString account(const QString &prefix, const QJsonObject &fields)
+    {
+        return ReferenceServer::createAccount(prefix, "kv123456", fields).value("username").toString();
+    }
+    void chooseFile(const QString &path);
+
+    QTemporaryDir m_dir;
+    QString m_me, m_bob, m_anna, m_zhang;
+    QStringList m_boxes;
+};
+
+QStringList TestContactPages::rows(QListWidget *list) const
+{
+    QStringList lines;
+    for (int i = 0; i < list->count(); ++i) {
+        QListWidgetItem *item = list->item(i);
+        if (item->isHidden())
+            continue;
+        auto *name = list->itemWidget(item) ? list->itemWidget(item)->findChild<QLabel *>("labelName") : nullptr;
+        lines << (name ? name->text() : QStringLiteral("[%1]").arg(item->text()));
+    }
+    return lines;
+}
+
+void TestContactPages::chooseFile(const QString &path)
+{
+    // The file dialog is modal: answer it from the event loop it runs.
+    auto *timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, [timer, path] {
+        if (auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget())) {
+            timer->deleteLater();
+            dialog->selectFile(path);
+            dialog->accept();
+        }
+    });
+    timer->start(20);
+}
+
+void TestContactPages::initTestCase()
+{
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath("settings"));
+    KvUserManager::openSettings()->setValue("userWorkPath", m_dir.filePath("work"));
+    QVERIFY(ReferenceServer::useFixture());
+    KvMessageBox::setTestInterceptor([this](const QString &, const QString &text) { m_boxes << text; });
+    m_me = account("pages", {{"nickname", QStringLiteral("我自己")}, {"sex", 1}});
+    m_bob = account("pbob", {{"nickname", "bob"}});
+    m_anna = account("panna", {{"nickname", "Anna"}});
+    m_zhang = account("pzhang", {{"nickname", QStringLiteral("张三")}});
+    for (const QString &other : {m_bob, m_anna, m_zhang})
+        ReferenceServer::adminPost("friends", {{"a", m_me}, {"b", other}});
+
+    KvFriendManager *friends = KvUserCommManager::instance()->friendManager();
+    QVERIFY(KvUserManager::instance()->requestLoginByPassword(m_me, "kv123456"));
+    QTRY_VERIFY_WITH_TIMEOUT(([friends] {
+        QList<KvUserInfoFriend> all;
+        friends->allFriends(all);
+        return all.size() == 4; // three friends and the own entry
+    }()), 10000);
+}
+
+void TestContactPages::init()
+{
+    m_boxes.clear();
+}
+
+void TestContactPages::friendsStandUnderTheirInitials()
+{
+    KvFriendWidget page;
+    auto *list = page.findChild<QListWidget *>("listWidget");
+    QCOMPARE(rows(list), (QStringList{QStringLiteral("我自己"), "[A]", "Anna", "[B]", "bob", "[Z]",
+                                      QStringLiteral("张三"), "[W]"}));
+}
+
+void TestContactPages::searchHidesHeadersAndIgnoresCase()
+{
+    KvFriendWidget page;
+    auto *list = page.findChild<QListWidget *>("listWidget");
+    auto *search = page.findChild<QLineEdit *>("lineEditSearch");
+    QTest::keyClicks(search, "BO");
+    QCOMPARE(rows(list), QStringList{"bob"});
+    search->setText("Z"); // only the header "Z" would match
+    QCOMPARE(rows(list), QStringList{});
+    search->clear();
+    QCOMPARE(rows(list).size(), 8);
+}
+
+void TestContactPages::removalDropsRowAndConversation()
+{
+    KvFriendWidget page;
+    auto *list = page.findChild<QListWidget *>("listWidget");
+    KvFriendMessageManager *messages = KvUserCommManager::instance()->friendMessageManager();
+    QSignalSpy dropped(messages, &KvFriendMessageManager::signalFriendRemove);
+
+    // Removal goes through the row's menu action; the action's slot is what runs.
+    auto rowOf = [list](const QString &name) -> QWidget * {
+        for (int i = 0; i < list->count(); ++i) {
+            QWidget *row = list->itemWidget(list->item(i));
+            if (row && row->findChild<QLabel *>("labelName")->text() == name)
+                return row;
+        }
+        return nullptr;
+    };
+    ReferenceServer::adminPost("friends", {{"a", m_me}, {"b", m_anna}, {"remove", true}}); // the server will refuse
+    QVERIFY(QMetaObject::invokeMethod(rowOf("Anna"), "slotRemoveFriend"));
+    QCOMPARE(m_boxes, QStringList{QStringLiteral("删除好友【%1】失败。").arg(m_anna)});
+    QCOMPARE(dropped.count(), 0);
+    QVERIFY(rowOf("Anna"));
+
+    QVERIFY(QMetaObject::invokeMethod(rowOf("bob"), "slotRemoveFriend"));
+    QCOMPARE(dropped.count(), 1);
+    QTRY_VERIFY_WITH_TIMEOUT(!rowOf("bob"), 10000);
+    QVERIFY(rows(list).contains("[B]")); // the header stays without friends
+}
+
+void TestContactPages::noTeamsShowsTheHint()
+{
+    KvCompanyWidget page;
+    page.show();
+    QVERIFY(page.findChild<QWidget *>("widgetNone")->isVisible());
+    QVERIFY(!page.findChild<QWidget *>("scrollArea")->isVisible());
+}
+
+void TestContactPages::profileSendsOnlyWhatChanged()
+{
+    KvSelfInfoEditDialog dialog;
+    const int requests = ReferenceServer::adminGet("requests?path=/app/user/profile").toArray().size();
+    QTest::mouseClick(dialog.findChild<QPushButton *>("pushButtonOk"), Qt::LeftButton);
+    QCOMPARE(m_boxes, QStringList{QStringLiteral("修改成功")});
+    QCOMPARE(ReferenceServer::adminGet("requests?path=/app/user/profile").toArray().size(), requests);
+
+    auto *sex = dialog.findChild<QComboBox *>("comboBoxSex");
+    QCOMPARE(sex->currentText(), QStringLiteral("男"));
+    sex->setCurrentIndex(sex->findText(QStringLiteral("未知")));
+    QTest::mouseClick(dialog.findChild<QPushButton *>("pushButtonOk"), Qt::LeftButton);
+    const QJsonArray log = ReferenceServer::adminGet("requests?path=/app/user/profile").toArray();
+    QCOMPARE(log.size(), requests + 1);
+    const QJsonObject body = log.last().toObject().value("body").toObject();
+    QCOMPARE(body.keys(), QStringList{"sex"});
+    QCOMPARE(body.value("sex").toInt(), -1);
+}
+
+void TestContactPages::portraitIsScaledIntoTheSquare_data()
+{
+    QTest::addColumn<QSize>("picture");
+    QTest::addColumn<QSize>("sent");
+    QTest::newRow("wide") << QSize(500, 250) << QSize(400, 200);
+    QTest::newRow("small") << QSize(300, 300) << QSize(300, 300);
+}
+
+void TestContactPages::portraitIsScaledIntoTheSquare()
+{
+    QFETCH(QSize, picture);
+    QImage image(picture, QImage::Format_RGB32);
+    image.fill(QColor(40, 120, 200));
+    const QString path = m_dir.filePath(QStringLiteral("face%1.png").arg(picture.width()));
+    QVERIFY(image.save(path));
+
+    KvSelfInfoEditDialog dialog;
+    QSignalSpy uploaded(KvUserManager::instance(), &KvUserManager::signalUpdateHeadPortrait);
+    chooseFile(path);
+    QTest::mouseClick(dialog.findChild<QPushButton *>("pushButtonHeadPortrait"), Qt::LeftButton);
+    QTest::mouseClick(dialog.findChild<QPushButton *>("pushButtonOk"), Qt::LeftButton);
+    QCOMPARE(uploaded.count(), 1);
+    QTEST(uploaded.first().at(0).value<QPixmap>().size(), "sent");
+    QCOMPARE(m_boxes, QStringList{QStringLiteral("修改成功")});
+}
+
+void TestContactPages::cleanupTestCase()
+{
+    KvMessageBox::setTestInterceptor(nullptr);
+    KvUserManager::instance()->logOut();
+}
+
+QTEST_MAIN(TestContactPages)
+#include "tst_contactpages.moc"
