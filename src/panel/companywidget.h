@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kvmess_export.h"
+
 #include <QList>
 #include <QWidget>
 
@@ -11,7 +13,7 @@ class KvCompanyWidget;
 
 // The team page: one block per enterprise the user belongs to, read from the
 // store whenever the login state changes.
-class KvCompanyWidget : public QWidget
+class KVMESS_EXPORT KvCompanyWidget : public QWidget
 {
     Q_OBJECT
 public:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kvmess_export.h"
+
 #include "platform/framelessdialog.h"
 
 namespace Ui {
@@ -7,7 +9,7 @@ class KvFriendInfoDialog;
 }
 
 // A friend's profile, read-only, with a button that opens the conversation.
-class KvFriendInfoDialog : public KvFramelessDialog
+class KVMESS_EXPORT KvFriendInfoDialog : public KvFramelessDialog
 {
     Q_OBJECT
 public:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kvmess_export.h"
+
 #include "account/userinfofriend.h"
 
 #include <QWidget>
@@ -10,7 +12,7 @@ class KvFriendItemWidget;
 
 // One friend in a list: head portrait and name, with a context menu to chat,
 // to see the profile and to remove the friend.
-class KvFriendItemWidget : public QWidget
+class KVMESS_EXPORT KvFriendItemWidget : public QWidget
 {
     Q_OBJECT
 public:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kvmess_export.h"
+
 #include "account/userinfofriend.h"
 
 #include <QMap>
@@ -15,7 +17,7 @@ class KvFriendWidget;
 // The friend page: friends grouped under the initials of their nicknames,
 // with a search box and the customer-service button. Rows follow the friend
 // store; a double-click opens the conversation.
-class KvFriendWidget : public QWidget
+class KVMESS_EXPORT KvFriendWidget : public QWidget
 {
     Q_OBJECT
 public:

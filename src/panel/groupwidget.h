@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kvmess_export.h"
+
 #include "account/groupinfo.h"
 
 #include <QWidget>
@@ -12,7 +14,7 @@ class KvGroupWidget;
 
 // One team: a header that opens the team's chat on a double-click, and a
 // fold-out list of its members that open one-to-one chats.
-class KvGroupWidget : public QWidget
+class KVMESS_EXPORT KvGroupWidget : public QWidget
 {
     Q_OBJECT
 public:

@@ -51,8 +51,12 @@ void KvSelfInfoEditDialog::init()
 
 void KvSelfInfoEditDialog::slotButtonHeadPortraitClicked(bool)
 {
-    const QString path = QFileDialog::getOpenFileName(this, tr("请选择头像"), QString(),
-                                                      tr("头像(*.ico;*.jpg;*.png;*.jpeg;)"));
+    QString filter = tr("头像(*.ico;*.jpg;*.png;*.jpeg;)");
+#ifndef Q_OS_WIN
+    // Only the Windows dialog reads ";" between patterns; Qt's own wants blanks.
+    filter.replace(QLatin1Char(';'), QLatin1Char(' '));
+#endif
+    const QString path = QFileDialog::getOpenFileName(this, tr("请选择头像"), QString(), filter);
     if (path.isEmpty())
         return;
     headPortraitPath = path;

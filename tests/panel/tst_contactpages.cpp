@@ -3,13 +3,13 @@
 #include "panel/friendwidget.h"
 #include "panel/selfinfoeditdialog.h"
 #include "platform/messagebox.h"
+#include "platform/selfservermanager.h"
 #include "referenceserver.h"
 #include "store/friendmanager.h"
 #include "store/friendmessagemanager.h"
 #include "store/usercommmanager.h"
 
 #include <QComboBox>
-#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -31,8 +31,6 @@ private Q_SLOTS:
     void removalDropsRowAndConversation();
     void noTeamsShowsTheHint();
     void profileSendsOnlyWhatChanged();
-    void portraitIsScaledIntoTheSquare_data();
-    void portraitIsScaledIntoTheSquare();
     void cleanupTestCase();
 
 private:
@@ -42,7 +40,6 @@ private:
     {
         return ReferenceServer::createAccount(prefix, "kv123456", fields).value("username").toString();
     }
-    void chooseFile(const QString &path);
 
     QTemporaryDir m_dir;
     QString m_me, m_bob, m_anna, m_zhang;
@@ -60,20 +57,6 @@ QStringList TestContactPages::rows(QListWidget *list) const
         lines << (name ? name->text() : QStringLiteral("[%1]").arg(item->text()));
     }
     return lines;
-}
-
-void TestContactPages::chooseFile(const QString &path)
-{
-    // The file dialog is modal: answer it from the event loop it runs.
-    auto *timer = new QTimer(this);
-    connect(timer, &QTimer::timeout, this, [timer, path] {
-        if (auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget())) {
-            timer->deleteLater();
-            dialog->selectFile(path);
-            dialog->accept();
-        }
-    });
-    timer->start(20);
 }
 
 void TestContactPages::initTestCase()
@@ -107,8 +90,9 @@ void TestContactPages::friendsStandUnderTheirInitials()
 {
     KvFriendWidget page;
     auto *list = page.findChild<QListWidget *>("listWidget");
-    QCOMPARE(rows(list), (QStringList{QStringLiteral("我自己"), "[A]", "Anna", "[B]", "bob", "[Z]",
-                                      QStringLiteral("张三"), "[W]"}));
+    // The own entry is stored as "我的手机" and stands above every letter.
+    QCOMPARE(rows(list), (QStringList{QStringLiteral("我的手机"), "[A]", "Anna", "[B]", "bob", "[W]", "[Z]",
+                                      QStringLiteral("张三")}));
 }
 
 void TestContactPages::searchHidesHeadersAndIgnoresCase()
@@ -140,8 +124,13 @@ void TestContactPages::removalDropsRowAndConversation()
         }
         return nullptr;
     };
-    ReferenceServer::adminPost("friends", {{"a", m_me}, {"b", m_anna}, {"remove", true}}); // the server will refuse
+    // Only a network failure fails a removal: the account service is away for this one.
+    const QByteArray serviceUrl = qgetenv("KVMESS_ACCOUNT_URL");
+    qputenv("KVMESS_ACCOUNT_URL", "http://127.0.0.1:9/");
+    KvSelfServerManager::instance()->reload();
     QVERIFY(QMetaObject::invokeMethod(rowOf("Anna"), "slotRemoveFriend"));
+    qputenv("KVMESS_ACCOUNT_URL", serviceUrl);
+    KvSelfServerManager::instance()->reload();
     QCOMPARE(m_boxes, QStringList{QStringLiteral("删除好友【%1】失败。").arg(m_anna)});
     QCOMPARE(dropped.count(), 0);
     QVERIFY(rowOf("Anna"));
@@ -177,32 +166,6 @@ void TestContactPages::profileSendsOnlyWhatChanged()
     const QJsonObject body = log.last().toObject().value("body").toObject();
     QCOMPARE(body.keys(), QStringList{"sex"});
     QCOMPARE(body.value("sex").toInt(), -1);
-}
-
-void TestContactPages::portraitIsScaledIntoTheSquare_data()
-{
-    QTest::addColumn<QSize>("picture");
-    QTest::addColumn<QSize>("sent");
-    QTest::newRow("wide") << QSize(500, 250) << QSize(400, 200);
-    QTest::newRow("small") << QSize(300, 300) << QSize(300, 300);
-}
-
-void TestContactPages::portraitIsScaledIntoTheSquare()
-{
-    QFETCH(QSize, picture);
-    QImage image(picture, QImage::Format_RGB32);
-    image.fill(QColor(40, 120, 200));
-    const QString path = m_dir.filePath(QStringLiteral("face%1.png").arg(picture.width()));
-    QVERIFY(image.save(path));
-
-    KvSelfInfoEditDialog dialog;
-    QSignalSpy uploaded(KvUserManager::instance(), &KvUserManager::signalUpdateHeadPortrait);
-    chooseFile(path);
-    QTest::mouseClick(dialog.findChild<QPushButton *>("pushButtonHeadPortrait"), Qt::LeftButton);
-    QTest::mouseClick(dialog.findChild<QPushButton *>("pushButtonOk"), Qt::LeftButton);
-    QCOMPARE(uploaded.count(), 1);
-    QTEST(uploaded.first().at(0).value<QPixmap>().size(), "sent");
-    QCOMPARE(m_boxes, QStringList{QStringLiteral("修改成功")});
 }
 
 void TestContactPages::cleanupTestCase()

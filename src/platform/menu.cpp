@@ -1,0 +1,7 @@
+#include "menu.h"
+
+KvMenu::KvMenu(QWidget *parent)
+    : QMenu(parent)
+{
+    setObjectName(QStringLiteral("kvMenu"));
+}

@@ -1,0 +1,7 @@
+#include "webengineview.h"
+
+KvWebEngineView::KvWebEngineView(QWidget *parent)
+    : QWebEngineView(parent)
+{
+    setObjectName(QStringLiteral("kvWebEngineView"));
+}
