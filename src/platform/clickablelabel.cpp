@@ -12,16 +12,35 @@ KvClickableLabel::KvClickableLabel(const QString &text, QWidget *parent)
 {
 }
 
+void KvClickableLabel::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton) {
+        m_pressed = true;
+        event->accept();
+        return;
+    }
+    QLabel::mousePressEvent(event);
+}
+
 void KvClickableLabel::mouseReleaseEvent(QMouseEvent *event)
 {
+    if (event->button() == Qt::LeftButton && m_pressed) {
+        m_pressed = false;
+        event->accept();
+        if (rect().contains(event->pos()))
+            emit signalClicked();
+        return;
+    }
     QLabel::mouseReleaseEvent(event);
-    if (event->button() == Qt::LeftButton && rect().contains(event->pos()))
-        emit signalClicked();
 }
 
 void KvClickableLabel::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    QLabel::mouseDoubleClickEvent(event);
-    if (event->button() == Qt::LeftButton)
+    if (event->button() == Qt::LeftButton) {
+        m_pressed = false;
+        event->accept();
         emit signalDoubleClicked();
+        return;
+    }
+    QLabel::mouseDoubleClickEvent(event);
 }

@@ -4,7 +4,7 @@
 
 #include <QLabel>
 
-// A label that reports clicks and double-clicks.
+// A label that reports a left click (press and release on it) and a double-click.
 class KVPLATFORM_EXPORT KvClickableLabel : public QLabel
 {
     Q_OBJECT
@@ -17,6 +17,10 @@ Q_SIGNALS:
     void signalDoubleClicked();
 
 protected:
+    void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
+
+private:
+    bool m_pressed = false;
 };

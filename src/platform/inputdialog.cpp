@@ -1,6 +1,6 @@
 #include "inputdialog.h"
 
-#include <QDialogButtonBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -13,28 +13,50 @@ KvInputDialog::KvInputDialog(QWidget *parent)
     setObjectName(QStringLiteral("kvInputDialog"));
     auto *content = new QWidget;
     auto *layout = new QVBoxLayout(content);
-    layout->setContentsMargins(24, 16, 24, 18);
+    layout->setContentsMargins(20, 16, 20, 14);
     layout->setSpacing(10);
-    m_label = new QLabel;
-    m_label->setObjectName(QStringLiteral("kvInputLabel"));
-    m_lineEdit = new QLineEdit;
-    m_lineEdit->setObjectName(QStringLiteral("kvInputLineEdit"));
-    m_lineEdit->setMinimumWidth(260);
-    auto *buttons = new QDialogButtonBox;
-    buttons->addButton(tr("确定"), QDialogButtonBox::AcceptRole)->setObjectName(QStringLiteral("kvInputOk"));
-    buttons->addButton(tr("取消"), QDialogButtonBox::RejectRole)->setObjectName(QStringLiteral("kvInputCancel"));
-    layout->addWidget(m_label);
-    layout->addWidget(m_lineEdit);
+
+    auto *row = new QHBoxLayout;
+    row->setSpacing(8);
+    m_label = new QLabel(content);
+    m_label->setObjectName(QStringLiteral("label"));
+    row->addWidget(m_label);
+    m_lineEdit = new QLineEdit(content);
+    m_lineEdit->setObjectName(QStringLiteral("lineEdit"));
+    m_lineEdit->setMinimumWidth(220);
+    row->addWidget(m_lineEdit, 1);
+    layout->addLayout(row);
     layout->addSpacing(6);
-    layout->addWidget(buttons);
-    connect(buttons, &QDialogButtonBox::accepted, this, &KvInputDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &KvInputDialog::reject);
+
+    auto *buttons = new QHBoxLayout;
+    buttons->setSpacing(10);
+    buttons->addStretch(1);
+    m_ok = new QPushButton(tr("确定"), content);
+    m_ok->setObjectName(QStringLiteral("pushButtonOk"));
+    m_ok->setMinimumWidth(72);
+    m_cancel = new QPushButton(tr("取消"), content);
+    m_cancel->setObjectName(QStringLiteral("pushButtonCancel"));
+    m_cancel->setMinimumWidth(72);
+    buttons->addWidget(m_ok);
+    buttons->addWidget(m_cancel);
+    layout->addLayout(buttons);
+
+    connect(m_ok, &QPushButton::clicked, this, &KvInputDialog::accept);
+    connect(m_cancel, &QPushButton::clicked, this, &KvInputDialog::reject);
     setContentWidget(content);
+    // Only a button inside its dialog can become the dialog's main default.
+    m_ok->setDefault(true);
+    m_lineEdit->setFocus();
 }
 
 void KvInputDialog::setLabelText(const QString &text)
 {
     m_label->setText(text);
+}
+
+QString KvInputDialog::labelText() const
+{
+    return m_label->text();
 }
 
 void KvInputDialog::setTitle(const QString &title)
@@ -64,9 +86,26 @@ QString KvInputDialog::textValue() const
     return m_lineEdit->text();
 }
 
+QLineEdit *KvInputDialog::lineEdit() const
+{
+    return m_lineEdit;
+}
+
+QPushButton *KvInputDialog::okButton() const
+{
+    return m_ok;
+}
+
+QPushButton *KvInputDialog::cancelButton() const
+{
+    return m_cancel;
+}
+
 void KvInputDialog::accept()
 {
-    if (m_check && !m_check(textValue(), this))
+    if (m_check && !m_check(m_lineEdit->text(), this)) {
+        m_lineEdit->setFocus();
         return;
+    }
     KvFramelessDialog::accept();
 }

@@ -4,4 +4,5 @@ KvMenu::KvMenu(QWidget *parent)
     : QMenu(parent)
 {
     setObjectName(QStringLiteral("kvMenu"));
+    setSeparatorsCollapsible(true);
 }

@@ -4,7 +4,7 @@
 
 #include <QMenu>
 
-// A context menu in the theme's look.
+// A pop-up menu in the module's theme.
 class KVPLATFORM_EXPORT KvMenu : public QMenu
 {
     Q_OBJECT

@@ -1,33 +1,36 @@
 #include "messagebox.h"
 
 #include "framelessdialog.h"
+#include "iconbutton.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QStyle>
 #include <QVBoxLayout>
 
 namespace {
 
 std::function<void(const QString &, const QString &)> &interceptor()
 {
-    static std::function<void(const QString &, const QString &)> handler;
-    return handler;
+    static std::function<void(const QString &, const QString &)> instance;
+    return instance;
 }
 
-QStyle::StandardPixmap pixmapOf(QMessageBox::Icon icon)
+QString iconPath(QMessageBox::Icon icon)
 {
     switch (icon) {
     case QMessageBox::Warning:
-        return QStyle::SP_MessageBoxWarning;
+        return QStringLiteral("themeIcons:warning.kvsvg");
     case QMessageBox::Critical:
-        return QStyle::SP_MessageBoxCritical;
+        return QStringLiteral("themeIcons:critical.kvsvg");
     case QMessageBox::Question:
-        return QStyle::SP_MessageBoxQuestion;
+        return QStringLiteral("themeIcons:question.kvsvg");
+    case QMessageBox::Information:
+        return QStringLiteral("themeIcons:information.kvsvg");
+    case QMessageBox::NoIcon:
     default:
-        return QStyle::SP_MessageBoxInformation;
+        return QString();
     }
 }
 
@@ -42,38 +45,52 @@ int KvMessageBox::show(QWidget *parent, const QString &title, const QString &tex
             done(QMessageBox::Ok);
         return QMessageBox::Ok;
     }
+
     KvFramelessDialog dialog(parent, false);
     dialog.setObjectName(QStringLiteral("kvMessageBox"));
     dialog.setWindowTitle(title);
+    dialog.setWindowModality(Qt::ApplicationModal);
+
     auto *content = new QWidget;
     auto *layout = new QVBoxLayout(content);
-    layout->setContentsMargins(24, 18, 24, 18);
-    layout->setSpacing(18);
+    layout->setContentsMargins(20, 18, 20, 14);
+    layout->setSpacing(16);
+
     auto *row = new QHBoxLayout;
-    row->setSpacing(14);
-    if (icon != QMessageBox::NoIcon) {
-        auto *iconLabel = new QLabel;
-        iconLabel->setObjectName(QStringLiteral("kvMessageBoxIcon"));
-        iconLabel->setPixmap(qApp->style()->standardIcon(pixmapOf(icon)).pixmap(32, 32));
-        iconLabel->setAlignment(Qt::AlignTop);
-        row->addWidget(iconLabel);
+    row->setSpacing(12);
+    const QString path = iconPath(icon);
+    if (!path.isEmpty()) {
+        auto *iconLabel = new QLabel(content);
+        iconLabel->setObjectName(QStringLiteral("labelIcon"));
+        const qreal dpr = content->devicePixelRatioF();
+        QPixmap pixmap = KvIconButton::cachedPixmap(path, QSize(32, 32) * dpr);
+        pixmap.setDevicePixelRatio(dpr);
+        iconLabel->setPixmap(pixmap);
+        iconLabel->setFixedSize(32, 32);
+        row->addWidget(iconLabel, 0, Qt::AlignTop);
     }
-    auto *textLabel = new QLabel(text);
-    textLabel->setObjectName(QStringLiteral("kvMessageBoxText"));
+    auto *textLabel = new QLabel(text, content);
+    textLabel->setObjectName(QStringLiteral("labelText"));
     textLabel->setWordWrap(true);
-    textLabel->setMinimumWidth(220);
     textLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    textLabel->setMinimumWidth(220);
+    textLabel->setMaximumWidth(420);
+    textLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     row->addWidget(textLabel, 1);
     layout->addLayout(row);
+
     auto *buttons = new QHBoxLayout;
-    buttons->addStretch();
-    auto *ok = new QPushButton(QObject::tr("确定"));
-    ok->setObjectName(QStringLiteral("kvMessageBoxOk"));
-    ok->setDefault(true);
+    buttons->addStretch(1);
+    auto *ok = new QPushButton(QCoreApplication::translate("KvMessageBox", "确定"), content);
+    ok->setObjectName(QStringLiteral("pushButtonOk"));
+    ok->setMinimumWidth(72);
+    QObject::connect(ok, &QPushButton::clicked, &dialog, &QDialog::accept);
     buttons->addWidget(ok);
     layout->addLayout(buttons);
-    QObject::connect(ok, &QPushButton::clicked, &dialog, &QDialog::accept);
+
     dialog.setContentWidget(content);
+    ok->setDefault(true);
+    ok->setFocus();
     dialog.exec();
     if (done)
         done(QMessageBox::Ok);
@@ -82,10 +99,10 @@ int KvMessageBox::show(QWidget *parent, const QString &title, const QString &tex
 
 int KvMessageBox::show(QWidget *parent, const QString &text, const std::function<void(int)> &done)
 {
-    return show(parent, QObject::tr("提示"), text, QMessageBox::Information, done);
+    return show(parent, QCoreApplication::translate("KvMessageBox", "提示"), text, QMessageBox::Information, done);
 }
 
-void KvMessageBox::setTestInterceptor(std::function<void(const QString &, const QString &)> handler)
+void KvMessageBox::setTestInterceptor(std::function<void(const QString &, const QString &)> interceptor)
 {
-    interceptor() = std::move(handler);
+    ::interceptor() = std::move(interceptor);
 }

@@ -1,32 +1,43 @@
 #include "picshowwindow.h"
 
+#include "theme.h"
+
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPainter>
-#include <QToolButton>
+#include <QPushButton>
 #include <QWheelEvent>
 
 #include <cmath>
 
 namespace {
-constexpr double MinScale = 0.05;
-constexpr double MaxScale = 20.0;
-}
+
+constexpr double MinScale = 0.02;
+constexpr double MaxScale = 32.0;
+constexpr int FitMargin = 40;
+
+} // namespace
 
 KvPicShowWindow::KvPicShowWindow(QWidget *parent)
-    : QWidget(parent, Qt::Window)
+    : QWidget(parent, Qt::Window | Qt::FramelessWindowHint)
 {
     setObjectName(QStringLiteral("kvPicShowWindow"));
     setWindowTitle(tr("查看图片"));
-    setAttribute(Qt::WA_StyledBackground);
-    setMinimumSize(320, 240);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setFocusPolicy(Qt::StrongFocus);
     setCursor(Qt::OpenHandCursor);
-    m_closeButton = new QToolButton(this);
-    m_closeButton->setObjectName(QStringLiteral("kvPicShowClose"));
-    m_closeButton->setIcon(QIcon(QStringLiteral(":/Theme/Image/Mutable/close.kvsvg")));
-    m_closeButton->setIconSize(QSize(20, 20));
-    m_closeButton->setToolTip(tr("关闭"));
-    m_closeButton->setCursor(Qt::PointingHandCursor);
-    connect(m_closeButton, &QToolButton::clicked, this, &QWidget::close);
+
+    m_close = new QPushButton(this);
+    m_close->setObjectName(QStringLiteral("pushButtonClose"));
+    m_close->setIcon(QIcon(QStringLiteral("themeIcons:close.kvsvg")));
+    m_close->setIconSize(QSize(24, 24));
+    m_close->setFixedSize(40, 40);
+    m_close->setFlat(true);
+    m_close->setFocusPolicy(Qt::NoFocus);
+    m_close->setCursor(Qt::PointingHandCursor);
+    m_close->setToolTip(tr("关闭"));
+    connect(m_close, &QPushButton::clicked, this, &QWidget::close);
+    resize(800, 600);
 }
 
 void KvPicShowWindow::setPixmap(const QPixmap &pixmap)
@@ -35,29 +46,52 @@ void KvPicShowWindow::setPixmap(const QPixmap &pixmap)
     fitToWindow();
 }
 
+QPixmap KvPicShowWindow::pixmap() const
+{
+    return m_pixmap;
+}
+
+double KvPicShowWindow::scale() const
+{
+    return m_scale;
+}
+
+QPointF KvPicShowWindow::offset() const
+{
+    return m_offset;
+}
+
+double KvPicShowWindow::fittedScale() const
+{
+    if (m_pixmap.isNull())
+        return 1.0;
+    const QSizeF picture = QSizeF(m_pixmap.size()) / m_pixmap.devicePixelRatioF();
+    const double room = qMax(1, width() - 2 * FitMargin);
+    const double roomHeight = qMax(1, height() - 2 * FitMargin);
+    return qMin(1.0, qMin(room / picture.width(), roomHeight / picture.height()));
+}
+
 void KvPicShowWindow::fitToWindow()
 {
     m_fitted = true;
-    if (m_pixmap.isNull()) {
-        update();
-        return;
+    m_scale = fittedScale();
+    if (!m_pixmap.isNull()) {
+        const QSizeF shown = QSizeF(m_pixmap.size()) / m_pixmap.devicePixelRatioF() * m_scale;
+        m_offset = QPointF((width() - shown.width()) / 2, (height() - shown.height()) / 2);
     }
-    const QSizeF room = QSizeF(size()) * 0.94;
-    m_scale = qMin(1.0, qMin(room.width() / m_pixmap.width(), room.height() / m_pixmap.height()));
-    m_center = QPointF(m_pixmap.width() / 2.0, m_pixmap.height() / 2.0);
     update();
 }
 
-void KvPicShowWindow::zoomAt(double factor, const QPointF &anchor)
+void KvPicShowWindow::zoomAt(const QPointF &pos, double factor)
 {
     if (m_pixmap.isNull())
         return;
     const double scale = qBound(MinScale, m_scale * factor, MaxScale);
-    // Keep the picture's point under the anchor where it is.
-    const QPointF fromCenter = anchor - QPointF(width() / 2.0, height() / 2.0);
-    const QPointF picturePoint = m_center + fromCenter / m_scale;
+    if (qFuzzyCompare(scale, m_scale))
+        return;
+    // The picture point under `pos` stays under it.
+    m_offset = pos - (pos - m_offset) * (scale / m_scale);
     m_scale = scale;
-    m_center = picturePoint - fromCenter / m_scale;
     m_fitted = false;
     update();
 }
@@ -65,34 +99,33 @@ void KvPicShowWindow::zoomAt(double factor, const QPointF &anchor)
 void KvPicShowWindow::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), QColor(0x1E, 0x1F, 0x22));
+    painter.fillRect(rect(), KvTheme::color(KvTheme::PictureBackdrop));
     if (m_pixmap.isNull())
         return;
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, m_scale < 1.0);
-    const QSizeF shown = QSizeF(m_pixmap.size()) * m_scale;
-    const QPointF topLeft = QPointF(width() / 2.0, height() / 2.0) - m_center * m_scale;
-    painter.drawPixmap(QRectF(topLeft, shown), m_pixmap, QRectF(m_pixmap.rect()));
-    painter.setPen(QColor(0xC8, 0xCA, 0xD0));
-    painter.drawText(rect().adjusted(16, 0, -16, -12), Qt::AlignBottom | Qt::AlignHCenter,
-                     QStringLiteral("%1 × %2    %3%")
-                         .arg(m_pixmap.width())
-                         .arg(m_pixmap.height())
-                         .arg(qRound(m_scale * 100)));
+    const QSizeF shown = QSizeF(m_pixmap.size()) / m_pixmap.devicePixelRatioF() * m_scale;
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, m_scale < 4.0);
+    painter.drawPixmap(QRectF(m_offset, shown), m_pixmap, QRectF(m_pixmap.rect()));
+
+    if (!m_fitted) {
+        const QString percent = QStringLiteral("%1%").arg(qRound(m_scale * 100));
+        painter.setPen(KvTheme::color(KvTheme::PictureText));
+        painter.drawText(rect().adjusted(0, 0, 0, -16), Qt::AlignHCenter | Qt::AlignBottom, percent);
+    }
 }
 
 void KvPicShowWindow::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    m_closeButton->move(width() - m_closeButton->sizeHint().width() - 16, 16);
+    m_close->move(width() - m_close->width() - 12, 12);
     if (m_fitted)
         fitToWindow();
 }
 
 void KvPicShowWindow::wheelEvent(QWheelEvent *event)
 {
-    const int steps = event->angleDelta().y() / 120;
+    const double steps = event->angleDelta().y() / 120.0;
     if (steps != 0)
-        zoomAt(std::pow(1.2, steps), event->position());
+        zoomAt(event->position(), std::pow(1.2, steps));
     event->accept();
 }
 
@@ -100,36 +133,66 @@ void KvPicShowWindow::mousePressEvent(QMouseEvent *event)
 {
     if (event->button() == Qt::LeftButton) {
         m_panning = true;
-        m_lastPos = event->localPos();
+        m_panStart = event->pos();
+        m_panOffset = m_offset;
         setCursor(Qt::ClosedHandCursor);
+        event->accept();
+        return;
     }
+    QWidget::mousePressEvent(event);
 }
 
 void KvPicShowWindow::mouseMoveEvent(QMouseEvent *event)
 {
-    if (!m_panning || m_scale <= 0)
+    if (m_panning && (event->buttons() & Qt::LeftButton)) {
+        m_offset = m_panOffset + (event->pos() - m_panStart);
+        m_fitted = false;
+        update();
+        event->accept();
         return;
-    m_center -= (event->localPos() - m_lastPos) / m_scale;
-    m_lastPos = event->localPos();
-    m_fitted = false;
-    update();
+    }
+    QWidget::mouseMoveEvent(event);
 }
 
-void KvPicShowWindow::mouseReleaseEvent(QMouseEvent *)
+void KvPicShowWindow::mouseReleaseEvent(QMouseEvent *event)
 {
-    m_panning = false;
-    setCursor(Qt::OpenHandCursor);
+    if (event->button() == Qt::LeftButton && m_panning) {
+        m_panning = false;
+        setCursor(Qt::OpenHandCursor);
+        event->accept();
+        return;
+    }
+    QWidget::mouseReleaseEvent(event);
 }
 
-void KvPicShowWindow::mouseDoubleClickEvent(QMouseEvent *)
+void KvPicShowWindow::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    fitToWindow();
+    if (event->button() == Qt::LeftButton) {
+        fitToWindow();
+        event->accept();
+        return;
+    }
+    QWidget::mouseDoubleClickEvent(event);
 }
 
 void KvPicShowWindow::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Escape)
+    const QPointF centre(width() / 2.0, height() / 2.0);
+    switch (event->key()) {
+    case Qt::Key_Escape:
         close();
-    else
+        return;
+    case Qt::Key_Plus:
+    case Qt::Key_Equal:
+        zoomAt(centre, 1.2);
+        return;
+    case Qt::Key_Minus:
+        zoomAt(centre, 1 / 1.2);
+        return;
+    case Qt::Key_0:
+        fitToWindow();
+        return;
+    default:
         QWidget::keyPressEvent(event);
+    }
 }

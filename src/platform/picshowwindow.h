@@ -6,24 +6,27 @@
 #include <QPointF>
 #include <QWidget>
 
-class QToolButton;
+class QPushButton;
 
-// A picture viewer on a dark backdrop. The picture starts fitted to the window
-// (never enlarged); the wheel zooms around the cursor, dragging pans, a
-// double-click fits again, Escape closes. Callers set WA_DeleteOnClose and
-// show it maximized.
+// A picture viewer over a dark backdrop. The picture starts fitted to the
+// window (never enlarged); the wheel zooms around the cursor, dragging pans,
+// a double-click returns to the fitted view and Escape closes.
 class KVPLATFORM_EXPORT KvPicShowWindow : public QWidget
 {
     Q_OBJECT
 public:
+    // Callers set WA_DeleteOnClose and call showMaximized().
     explicit KvPicShowWindow(QWidget *parent = nullptr);
 
     void setPixmap(const QPixmap &pixmap);
-    QPixmap pixmap() const { return m_pixmap; }
-    double scale() const { return m_scale; }
+    QPixmap pixmap() const;
+    double scale() const;
+    // Where the picture's top left corner lies in the window.
+    QPointF offset() const;
 
 public Q_SLOTS:
     void fitToWindow();
+    void zoomAt(const QPointF &pos, double factor);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -36,13 +39,15 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    void zoomAt(double factor, const QPointF &anchor);
+    double fittedScale() const;
 
     QPixmap m_pixmap;
     double m_scale = 1.0;
-    QPointF m_center; // the picture's point shown at the window's centre, in picture pixels
+    QPointF m_offset;
+    // Until the user zooms or pans, a resized window fits the picture again.
     bool m_fitted = true;
     bool m_panning = false;
-    QPointF m_lastPos;
-    QToolButton *m_closeButton = nullptr;
+    QPoint m_panStart;
+    QPointF m_panOffset;
+    QPushButton *m_close;
 };

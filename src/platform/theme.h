@@ -5,11 +5,9 @@
 #include <QColor>
 #include <QString>
 
-// The theme of the module's windows: colours that widgets ask for by number,
-// the icons under ":/Theme/Image/" (also found as "themeIcons:<name>"), and
-// one style sheet keyed on object names and dynamic properties. The host
-// applies a variant with one call; unset colours keep the light defaults.
-// GUI thread.
+// The module's look: colours, the one style sheet and the icons under
+// ":/Theme/Image/..." (also reachable as "themeIcons:<name>"). Used on the GUI
+// thread only.
 class KVPLATFORM_EXPORT KvTheme
 {
 public:
@@ -17,13 +15,25 @@ public:
         ChatInputText = 7,
         IncomingBubble = 26,
         OutgoingBubble = 27,
+        // Roles of the module's own widgets; numbered apart from the host's.
+        WindowBackground = 100,
+        WindowBorder,
+        WindowShadow,
+        Text,
+        TextFaded,
+        Accent,
+        PictureBackdrop,
+        PictureText,
     };
     enum Variant { Light, Dark };
 
+    // The host's colour when it set one, otherwise the current variant's default.
     static QColor color(int role);
     static void setColor(int role, const QColor &color);
-    // The style sheet of a variant, with its colours filled in.
+
+    // The style sheet of the variant, with its colours filled in.
     static QString styleSheet(Variant variant = Light);
-    // Sets the application's style sheet and the bubble and input colours.
+    // The host's one call: sets the application style sheet (and the colours) of the variant.
     static void apply(Variant variant = Light);
+    static Variant variant();
 };

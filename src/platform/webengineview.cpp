@@ -3,5 +3,7 @@
 KvWebEngineView::KvWebEngineView(QWidget *parent)
     : QWebEngineView(parent)
 {
-    setObjectName(QStringLiteral("kvWebEngineView"));
+    // The pages are notices to read; the browser's own menu (back, reload,
+    // view source) has no place here.
+    setContextMenuPolicy(Qt::NoContextMenu);
 }

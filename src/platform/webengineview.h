@@ -4,7 +4,7 @@
 
 #include <QWebEngineView>
 
-// The web view of the module's windows.
+// The web view of the module's windows: load(QUrl) as inherited.
 class KVPLATFORM_EXPORT KvWebEngineView : public QWebEngineView
 {
     Q_OBJECT
