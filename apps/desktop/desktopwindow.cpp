@@ -10,6 +10,7 @@
 #include "signindialog.h"
 #include "store/usercommmanager.h"
 
+#include <QAbstractButton>
 #include <QDockWidget>
 #include <QLabel>
 #include <QMenuBar>
@@ -96,6 +97,21 @@ QString KvDesktopWindow::sessionText() const
         return nick.isEmpty() || nick == user ? user : QStringLiteral("%1 (%2)").arg(nick, user);
     }
     return user.isEmpty() ? tr("未登录") : tr("访客 %1").arg(user);
+}
+
+bool KvDesktopWindow::showPage(const QString &page)
+{
+    static const QMap<QString, QString> buttons = {
+        {QStringLiteral("notice"), QStringLiteral("pushButtonNotice")},
+        {QStringLiteral("message"), QStringLiteral("pushButtonMessage")},
+        {QStringLiteral("friend"), QStringLiteral("pushButtonFriend")},
+        {QStringLiteral("team"), QStringLiteral("pushButtonEnterprise")},
+    };
+    auto *button = m_panel->findChild<QAbstractButton *>(buttons.value(page));
+    if (!button || buttons.value(page).isEmpty())
+        return false;
+    button->click();
+    return true;
 }
 
 void KvDesktopWindow::slotUpdateTitle()

@@ -22,6 +22,8 @@ public:
 
     KvUserCommWidget *panel() const { return m_panel; }
     QString sessionText() const;
+    // notice, message, friend or team; false for another name.
+    bool showPage(const QString &page);
 
 public Q_SLOTS:
     void slotSignIn();

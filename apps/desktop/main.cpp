@@ -86,9 +86,12 @@ int main(int argc, char **argv)
                                         QStringLiteral("Render the window to <file> (PNG) once the session has "
                                                        "settled, then quit."),
                                         QStringLiteral("file"));
-    const QCommandLineOption verbose({QStringLiteral("v"), QStringLiteral("verbose")},
+    const QCommandLineOption page(QStringLiteral("page"),
+                                  QStringLiteral("Open the panel on <page>: notice, message, friend or team."),
+                                  QStringLiteral("page"));
+    const QCommandLineOption verbose(QStringLiteral("verbose"),
                                      QStringLiteral("Let the module's log lines through."));
-    parser.addOptions({profile, user, password, dark, screenshot, verbose});
+    parser.addOptions({profile, user, password, dark, screenshot, page, verbose});
     parser.process(app);
     if (parser.isSet(user) != parser.isSet(password)) {
         std::fprintf(stderr, "kvmess-desktop: --user and --password go together\n");
@@ -129,6 +132,8 @@ int main(int argc, char **argv)
                 std::fprintf(stderr, "kvmess-desktop: sign-in as %s refused\n", qPrintable(name));
             window.slotUpdateTitle();
         }
+        if (parser.isSet(page) && !window.showPage(parser.value(page)))
+            std::fprintf(stderr, "kvmess-desktop: no page %s\n", qPrintable(parser.value(page)));
         scheduleScreenshot();
     });
     return app.exec();
