@@ -2,10 +2,10 @@
 
 #include "kvplatform_export.h"
 
+#include <QAbstractButton>
 #include <QDialog>
 #include <QPointer>
 
-class QAbstractButton;
 class QLabel;
 class QVBoxLayout;
 
