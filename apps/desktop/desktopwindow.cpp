@@ -35,7 +35,9 @@ KvDesktopWindow::KvDesktopWindow(QWidget *parent)
     m_panel = new KvUserCommWidget(this);
     m_dock = new QDockWidget(tr("消息"), this);
     m_dock->setObjectName(QStringLiteral("dockMessages"));
-    m_dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
+    // The panel has its own header row; the dock needs none.
+    m_dock->setFeatures(QDockWidget::NoDockWidgetFeatures);
+    m_dock->setTitleBarWidget(new QWidget(m_dock));
     m_dock->setWidget(m_panel);
     m_dock->setMinimumWidth(300);
     addDockWidget(Qt::RightDockWidgetArea, m_dock);
