@@ -3,6 +3,7 @@
 
 #include "panel/companywidget.h"
 #include "panel/friendwidget.h"
+#include "panel/noticemessagewidget.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "store/windowlinks_p.h"
@@ -86,7 +87,8 @@ void KvUserCommWidget::init()
         g_mainWidow = parentWidget();
 
     buttonGroup = new QButtonGroup(this);
-    noticeWidget = placeholderPage(QStringLiteral("noticeWidget"), this);
+    noticeWidget = new KvNoticeMessageWidget(this);
+    noticeWidget->setObjectName(QStringLiteral("noticeWidget"));
     messageWidget = placeholderPage(QStringLiteral("messageWidget"), this);
     friendWidget = new KvFriendWidget(this);
     friendWidget->setObjectName(QStringLiteral("friendWidget"));

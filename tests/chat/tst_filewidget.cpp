@@ -17,6 +17,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QtConcurrent>
+#include <QVBoxLayout>
 #include <QtTest>
 
 namespace {
