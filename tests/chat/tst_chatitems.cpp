@@ -213,8 +213,10 @@ void TestChatItems::pictureScale()
 
     KvImageChatLabel image(true, this->picture(picture.width(), picture.height()));
     image.resize(600, 300);
+    image.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&image));
     auto *label = image.findChild<KvClickableLabel *>();
-    QCOMPARE(label->pixmap()->size(), shown);
+    QCOMPARE(label->pixmap(Qt::ReturnByValue).size(), shown);
 }
 
 void TestChatItems::missingPicture()
@@ -224,7 +226,7 @@ void TestChatItems::missingPicture()
     image.show();
     QVERIFY(QTest::qWaitForWindowExposed(&image));
     auto *label = image.findChild<KvClickableLabel *>();
-    QCOMPARE(label->pixmap()->size(), QSize(100, 100));
+    QCOMPARE(label->pixmap(Qt::ReturnByValue).size(), QSize(100, 100));
 
     QTest::mouseDClick(label, Qt::LeftButton);
     QContextMenuEvent menuEvent(QContextMenuEvent::Mouse, QPoint(5, 5));

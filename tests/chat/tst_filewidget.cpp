@@ -16,6 +16,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QVBoxLayout>
 #include <QtConcurrent>
 #include <QtTest>
 

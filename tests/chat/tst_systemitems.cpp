@@ -22,7 +22,7 @@ namespace {
 
 const QString password = QStringLiteral("pw");
 
-KvFriendMessageData event(const QString &type, const QString &user, int status, const QString &id = "e1")
+KvFriendMessageData systemMessage(const QString &type, const QString &user, int status, const QString &id = "e1")
 {
     KvFriendMessageData data;
     data.messageLocalId = id;
@@ -95,6 +95,8 @@ void TestSystemItems::initTestCase()
         QVERIFY(users->requestLoginByPassword(asker, password));
         QVERIFY(users->requestAddFriend(me.value("phone").toString()));
     }
+    // Signing in over another user keeps that user's file open: log out first.
+    users->logOut();
     m_messages = KvUserCommManager::instance()->friendMessageManager();
     // Connected after the unread counters: when this sees a row, they have counted it.
     QSignalSpy arrived(m_messages, &KvFriendMessageManager::signalNewMessage);
@@ -153,7 +155,7 @@ void TestSystemItems::friendEvents()
     QFETCH(bool, buttons);
     QFETCH(QString, outcome);
 
-    KvNewFriendRequestWidget row(event(type, "li", status));
+    KvNewFriendRequestWidget row(systemMessage(type, "li", status));
     QCOMPARE(text(&row, "labelPhone"), sentence);
     QCOMPARE(shown(&row, "pushButtonAgree"), buttons);
     QCOMPARE(shown(&row, "pushButtonRefuse"), buttons);
@@ -225,7 +227,7 @@ void TestSystemItems::failedAgreeKeepsTheButtons()
     KvSelfServerManager::instance()->reload();
     KvUserCommManager::instance()->userUnreadMessageManager()->setUserUnreadMessageCount(systemUserName, 5);
 
-    KvNewFriendRequestWidget row(event("ZZA", "nobody", 0));
+    KvNewFriendRequestWidget row(systemMessage("ZZA", "nobody", 0));
     QTest::mouseClick(row.findChild<QPushButton *>("pushButtonAgree"), Qt::LeftButton);
     QTest::mouseClick(row.findChild<QPushButton *>("pushButtonRefuse"), Qt::LeftButton);
     qputenv("KVMESS_ACCOUNT_URL", service);
@@ -254,7 +256,7 @@ void TestSystemItems::noticeTexts()
 {
     QFETCH(QString, type);
     QFETCH(QString, sentence);
-    KvFriendMessageData notice = event(type, "li", 1, "n-text");
+    KvFriendMessageData notice = systemMessage(type, "li", 1, "n-text");
     notice.content = R"({"title":"双十一","url":"http://x/"})";
     KvNoticeTextWidget row(notice);
     QCOMPARE(text(&row, "labelMsg"), sentence);
