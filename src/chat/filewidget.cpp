@@ -4,6 +4,7 @@
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
 #include "platform/messagebox.h"
+#include "platform/theme.h"
 #include "store/friendmessagedata.h"
 #include "store/usercommmanager.h"
 
@@ -12,6 +13,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QPainter>
 #include <QProcess>
 #include <QUrl>
 
@@ -58,6 +60,17 @@ KvFileWidget::KvFileWidget(const KvFriendMessageData &message, QWidget *parent)
 KvFileWidget::~KvFileWidget()
 {
     delete ui;
+}
+
+void KvFileWidget::paintEvent(QPaintEvent *event)
+{
+    QWidget::paintEvent(event);
+    // The file stands as a card of its own on the page.
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(KvTheme::color(KvTheme::WindowBorder));
+    painter.setBrush(KvTheme::color(KvTheme::WindowBackground));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 4, 4);
 }
 
 void KvFileWidget::update(const KvFriendMessageData &message)

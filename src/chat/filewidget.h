@@ -32,6 +32,9 @@ public:
     // Asks for a target and copies; an existing target is not overwritten.
     static void saveFileAs(const QString &path, QWidget *parent);
 
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
 private Q_SLOTS:
     void slotUpdateProgress(QString messageId, double value);
 

@@ -14,12 +14,14 @@
 #include "store/usercommmanager.h"
 
 #include <QApplication>
+#include <QDialog>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QImage>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QVBoxLayout>
@@ -110,34 +112,50 @@ bool signIn()
     g_me = me.value("username").toString();
     g_peer = peer.value("username").toString();
     ReferenceServer::adminPost("friends", {{"a", g_me}, {"b", g_peer}});
-    if (!KvUserManager::instance()->requestLoginByPassword(g_me, "pw"))
-        return false;
+    // The store opens the user's file on the sign-in only if it exists by then.
     KvFriendManager *friends = KvUserCommManager::instance()->friendManager();
+    if (!KvUserManager::instance()->requestLoginByPassword(g_me, "pw")) {
+        qWarning("sign-in failed");
+        return false;
+    }
     waitFor([&] { return friends->friendExists(g_peer); });
     return friends->friendExists(g_peer);
 }
 
 void render(const QList<QWidget *> &rows, const QString &path)
 {
-    QScrollArea area;
+    // The chat window is a dialog: the style sheet gives it the page's colour.
+    QDialog window;
+    auto *windowLayout = new QVBoxLayout(&window);
+    windowLayout->setContentsMargins(0, 0, 0, 0);
+    auto *scroll = new QScrollArea;
+    windowLayout->addWidget(scroll);
+    QScrollArea &area = *scroll;
     area.setWidgetResizable(true);
     area.setFrameShape(QFrame::NoFrame);
-    auto *page = new QWidget;
-    page->setObjectName(QStringLiteral("chatPage"));
-    auto *layout = new QVBoxLayout(page);
+    auto *rowsWidget = new QWidget;
+    auto *layout = new QVBoxLayout(rowsWidget);
     layout->setContentsMargins(0, 12, 0, 12);
     layout->setSpacing(14);
     for (QWidget *row : rows)
         layout->addWidget(row);
     layout->addStretch(1);
-    area.setWidget(page);
-    area.resize(700, 400);
-    area.show();
+    area.setWidget(rowsWidget);
+    // What the chat page does for its own scroll area.
+    rowsWidget->setObjectName(QStringLiteral("rowsPage"));
+    area.setStyleSheet(QStringLiteral("QScrollArea, QWidget#qt_scrollarea_viewport, QWidget#rowsPage "
+                                      "{ background-color: %1; }")
+                           .arg(KvTheme::color(KvTheme::WindowBackground).name()));
+    window.resize(700, 400);
+    window.show();
     QCoreApplication::processEvents();
-    area.resize(700, page->heightForWidth(700) > 0 ? page->heightForWidth(700) : page->sizeHint().height());
-    for (int i = 0; i < 5; ++i)
+    // As tall as the rows, so that the picture holds all of them.
+    for (int i = 0; i < 10 && area.verticalScrollBar()->maximum() > 0; ++i) {
+        window.resize(700, window.height() + area.verticalScrollBar()->maximum());
         QCoreApplication::processEvents();
-    area.grab().save(path);
+    }
+    const int bottom = rows.last()->mapTo(&window, QPoint(0, rows.last()->height())).y() + 12;
+    window.grab(QRect(0, 0, window.width(), qMin(bottom, window.height()))).save(path);
     qInfo("%s", qPrintable(path));
 }
 
@@ -146,6 +164,10 @@ void render(const QList<QWidget *> &rows, const QString &path)
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
+    // The size a desktop host runs with; the rows' fixed widths are made for it.
+    QFont font = QApplication::font();
+    font.setPixelSize(12);
+    QApplication::setFont(font);
     KvTheme::apply();
     const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QDir::currentPath();
     QTemporaryDir dir;
