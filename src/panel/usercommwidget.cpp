@@ -1,6 +1,7 @@
 #include "usercommwidget.h"
 #include "ui_usercommwidget.h"
 
+#include "panel/friendmessagewidget.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "store/windowlinks_p.h"
@@ -85,7 +86,8 @@ void KvUserCommWidget::init()
 
     buttonGroup = new QButtonGroup(this);
     noticeWidget = placeholderPage(QStringLiteral("noticeWidget"), this);
-    messageWidget = placeholderPage(QStringLiteral("messageWidget"), this);
+    messageWidget = new KvFriendMessageWidget(this);
+    messageWidget->setObjectName(QStringLiteral("messageWidget"));
     friendWidget = placeholderPage(QStringLiteral("friendWidget"), this);
     companyWidget = placeholderPage(QStringLiteral("companyWidget"), this);
     const QList<QPair<QAbstractButton *, QWidget *>> pages = {
