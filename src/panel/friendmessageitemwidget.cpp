@@ -2,6 +2,7 @@
 #include "ui_friendmessageitemwidget.h"
 
 #include "account/accountnames.h"
+#include "chat/chatdialog.h"
 #include "messaging/msgcontentchattext.h"
 #include "messaging/wsmessagecontentfactory.h"
 #include "store/friendmessagemanager.h"
@@ -9,7 +10,6 @@
 #include "store/usercommmanager.h"
 #include "store/usertitles.h"
 #include "store/usertocustomerservicemanager.h"
-#include "store/windowlinks_p.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -117,7 +117,7 @@ void KvFriendMessageItemWidget::setLastMessage(const KvFriendMessageData &messag
         break;
     }
     ui->labelLastMessageDate->setText(KvFriendMessageManager::messageTimeText(message.time));
-    if (count && !message.isSend && conversationUser(message) != KvWindowLinks::currentChatUser())
+    if (count && !message.isSend && conversationUser(message) != KvChatDialog::currentChatUser())
         ui->pushButtonHeadPortrait->addMsgCount(1);
 }
 

@@ -1,6 +1,7 @@
 #include "friendmessagewidget.h"
 
 #include "account/accountnames.h"
+#include "chat/chatdialog.h"
 #include "panel/friendmessageitemwidget.h"
 #include "panel/listwidgetsortitem.h"
 #include "panel/usercommwidget.h"
@@ -9,7 +10,6 @@
 #include "store/friendmessagemanager.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
-#include "store/windowlinks_p.h"
 
 #include <QCursor>
 
@@ -117,8 +117,8 @@ void KvFriendMessageWidget::removeMessageItem(QString userName)
 
 void KvFriendMessageWidget::slotItemDoubleClicked(QListWidgetItem *item)
 {
-    KvWindowLinks::createChat(item->data(UserRole).toString(), KvUserCommWidget::mainWidow(),
-                              item->data(GroupRole).toBool());
+    KvChatDialog::createChat(item->data(UserRole).toString(), KvUserCommWidget::mainWidow(),
+                             item->data(GroupRole).toBool());
 }
 
 void KvFriendMessageWidget::slotUserUnreadClear(QString userName)

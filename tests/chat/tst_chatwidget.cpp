@@ -1,18 +1,128 @@
+#include "account/usermanager.h"
+#include "chat/chatitemwidget.h"
+#include "chat/chatwidget.h"
 #include "chat/droptextedit.h"
+#include "referenceserver.h"
+#include "store/friendmessagemanager.h"
+#include "store/usercommmanager.h"
 
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
 #include <QMimeData>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSettings>
+#include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QUuid>
+#include <QVBoxLayout>
 #include <QtTest>
+
+namespace {
+
+QString textOf(const KvFriendMessageData &message)
+{
+    return QJsonDocument::fromJson(message.content).object().value("content").toString();
+}
+
+// Every label text of a row, joined: what a person reads in it.
+QString rowText(QWidget *row)
+{
+    QStringList texts;
+    for (const QLabel *label : row->findChildren<QLabel *>())
+        texts << label->text();
+    for (const QAbstractButton *button : row->findChildren<QAbstractButton *>())
+        texts << button->text();
+    return texts.join('|');
+}
+
+QList<QWidget *> rowsOf(KvChatWidget &page)
+{
+    QList<QWidget *> rows;
+    auto *layout = page.findChild<QVBoxLayout *>("verticalLayoutChat");
+    for (int i = 0; i < layout->count(); ++i)
+        rows << layout->itemAt(i)->widget();
+    return rows;
+}
+
+} // namespace
 
 class TestChatWidget : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase();
     void insertedFilesReadBack_data();
     void insertedFilesReadBack();
     void textLeavesPicturesOut();
     void dropOfFileUrlsInsertsThem();
+    void loadsTheWholeConversationOldestAtTheTop();
+    void burstOfRowsScrollsOnceToTheBottom();
+    void updatesReachTheLatestRowOfALocalId();
+    void sendsTextFirstThenEachAttachment();
+    void suffixDecidesPictureOrFile_data();
+    void suffixDecidesPictureOrFile();
+    void emptyInputSendsNothingAndClears();
+    void keys_data();
+    void keys();
+
+private:
+    KvFriendMessageData message(const QString &type, const QString &text, qint64 time, int status = 0) const;
+    // Records of what this side sent to the peer, as the store announces them.
+    QList<KvFriendMessageData> sent(const QSignalSpy &spy) const;
+
+    QTemporaryDir m_dir;
+    QString m_me;
+    QString m_peer;
 };
+
+void TestChatWidget::initTestCase()
+{
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath("settings"));
+    KvUserManager::openSettings()->setValue("userWorkPath", m_dir.filePath("work"));
+    QVERIFY(ReferenceServer::useFixture());
+    m_me = ReferenceServer::createAccount("page", "kv123456").value("username").toString();
+    m_peer = ReferenceServer::createAccount("pagepeer", "kv123456").value("username").toString();
+    ReferenceServer::adminPost("friends", {{"a", m_me}, {"b", m_peer}});
+    KvUserCommManager::instance();
+    QVERIFY(KvUserManager::instance()->requestLoginByPassword(m_me, "kv123456"));
+    QImage picture(40, 30, QImage::Format_RGB32);
+    picture.fill(Qt::darkCyan);
+    for (const char *name : {"photo.png", "photo.PNG"})
+        QVERIFY(picture.save(m_dir.filePath(name), "PNG"));
+    QFile notes(m_dir.filePath("notes"));
+    QVERIFY(notes.open(QIODevice::WriteOnly) && notes.write("plain notes") > 0);
+}
+
+KvFriendMessageData TestChatWidget::message(const QString &type, const QString &text, qint64 time, int status) const
+{
+    KvFriendMessageData data;
+    data.messageLocalId = QUuid::createUuid().toString(QUuid::Id128);
+    data.fromUserId = m_peer;
+    data.toUserId = m_me;
+    data.type = type;
+    data.content = QJsonDocument(QJsonObject{{"content", text}, {"title", text}}).toJson(QJsonDocument::Compact);
+    data.time = time;
+    data.status = status;
+    data.fileInfo.messageLocalId = data.messageLocalId;
+    data.fileInfo.fileName = text;
+    data.fileInfo.filePath = m_dir.filePath(text);
+    return data;
+}
+
+QList<KvFriendMessageData> TestChatWidget::sent(const QSignalSpy &spy) const
+{
+    QList<KvFriendMessageData> records;
+    for (const QList<QVariant> &args : spy) {
+        const auto record = args.at(0).value<KvFriendMessageData>();
+        if (record.isSend && record.toUserId == m_peer)
+            records << record;
+    }
+    return records;
+}
 
 void TestChatWidget::insertedFilesReadBack_data()
 {
@@ -68,6 +178,147 @@ void TestChatWidget::dropOfFileUrlsInsertsThem()
     QDropEvent textDrop(at, Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(input.viewport(), &textDrop);
     QVERIFY(!input.toPlainText().contains("words"));
+}
+
+void TestChatWidget::loadsTheWholeConversationOldestAtTheTop()
+{
+    KvFriendMessageManager *store = KvUserCommManager::instance()->friendMessageManager();
+    QSignalSpy announced(store, &KvFriendMessageManager::signalNewMessage);
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    store->addMessage(message("BBC", "third", now - 1000));
+    store->addMessage(message("BBC", "first", now - 3000));
+    store->addMessage(message("BBC", "second", now - 2000));
+    QTRY_COMPARE(announced.count(), 3);
+
+    KvChatWidget page(m_peer, false);
+    const QList<QWidget *> rows = rowsOf(page);
+    QCOMPARE(rows.size(), 3);
+    QVERIFY(rowText(rows.at(0)).contains("first"));
+    QVERIFY(rowText(rows.at(1)).contains("second"));
+    QVERIFY(rowText(rows.at(2)).contains("third"));
+    QVERIFY(!page.findChild<QWidget *>("titleWidget")->isVisibleTo(&page));
+    QVERIFY(!page.findChild<QPushButton *>("pushButtonPrePage")->isVisibleTo(&page));
+}
+
+void TestChatWidget::burstOfRowsScrollsOnceToTheBottom()
+{
+    KvChatWidget page("nobody", false);
+    page.resize(400, 500);
+    page.show();
+    QScrollBar *bar = page.findChild<QScrollArea *>("scrollArea")->verticalScrollBar();
+    QSignalSpy moves(bar, &QScrollBar::valueChanged);
+    auto *timer = page.findChild<QTimer *>("scrollTimer");
+    for (int i = 0; i < 40; ++i)
+        page.addMessage(message("BBC", QStringLiteral("row %1").arg(i), i));
+    // One pending scroll for the whole burst, fired here once the rows have laid out.
+    QVERIFY(timer->isActive());
+    timer->stop();
+    QTRY_VERIFY(bar->maximum() > 0);
+    QCOMPARE(moves.count(), 0);
+    QMetaObject::invokeMethod(timer, "timeout");
+    QCOMPARE(bar->value(), bar->maximum());
+    QCOMPARE(moves.count(), 1);
+}
+
+void TestChatWidget::updatesReachTheLatestRowOfALocalId()
+{
+    KvChatWidget page("nobody", false);
+    KvFriendMessageData file = message("BBA", "report.pdf", 1, 8);
+    page.addMessage(file);
+    page.addMessage(file);
+    const QList<QWidget *> rows = rowsOf(page);
+    QCOMPARE(rows.size(), 2);
+    QVERIFY(rowText(rows.at(1)).contains("下载中..."));
+
+    file.status = 9;
+    page.updateMessage(file);
+    QVERIFY(rowText(rows.at(0)).contains("下载中..."));
+    QVERIFY(rowText(rows.at(1)).contains("下载成功"));
+
+    KvFriendMessageData stranger = file;
+    stranger.messageLocalId = "unknown";
+    page.updateMessage(stranger);
+    QCOMPARE(rowsOf(page).size(), 2);
+}
+
+void TestChatWidget::sendsTextFirstThenEachAttachment()
+{
+    QSignalSpy records(KvUserCommManager::instance()->friendMessageManager(),
+                       &KvFriendMessageManager::signalNewMessage);
+    KvChatWidget page(m_peer, false);
+    auto *input = page.findChild<KvDropTextEdit *>("textEdit");
+    input->insertPlainText("a");
+    input->insertFile(m_dir.filePath("photo.png"));
+    input->insertPlainText("b");
+    QTest::mouseClick(page.findChild<QPushButton *>("pushButtonSend"), Qt::LeftButton);
+    QCOMPARE(input->toPlainText(), QString());
+    QTRY_COMPARE(sent(records).size(), 2);
+    QCOMPARE(sent(records).at(0).type, "BBC");
+    QCOMPARE(textOf(sent(records).at(0)), "a b");
+    QCOMPARE(sent(records).at(1).type, "BBB");
+}
+
+void TestChatWidget::suffixDecidesPictureOrFile_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("type");
+    QTest::newRow("png") << "photo.png" << "BBB";
+    QTest::newRow("upper-case PNG") << "photo.PNG" << "BBA";
+    QTest::newRow("no suffix") << "notes" << "BBA";
+}
+
+void TestChatWidget::suffixDecidesPictureOrFile()
+{
+    QFETCH(QString, name);
+    QSignalSpy records(KvUserCommManager::instance()->friendMessageManager(),
+                       &KvFriendMessageManager::signalNewMessage);
+    KvChatWidget page(m_peer, false);
+    page.findChild<KvDropTextEdit *>("textEdit")->insertFile(m_dir.filePath(name));
+    QTest::mouseClick(page.findChild<QPushButton *>("pushButtonSend"), Qt::LeftButton);
+    QTRY_COMPARE(sent(records).size(), 1);
+    QTEST(sent(records).first().type, "type");
+}
+
+void TestChatWidget::emptyInputSendsNothingAndClears()
+{
+    QSignalSpy records(KvUserCommManager::instance()->friendMessageManager(),
+                       &KvFriendMessageManager::signalNewMessage);
+    KvChatWidget page(m_peer, false);
+    auto *input = page.findChild<KvDropTextEdit *>("textEdit");
+    auto *send = page.findChild<QPushButton *>("pushButtonSend");
+    input->setPlainText("  \n  ");
+    QTest::mouseClick(send, Qt::LeftButton);
+    QCOMPARE(input->toPlainText(), QString());
+    // The next message is the first thing that leaves.
+    input->setPlainText("marker");
+    QTest::mouseClick(send, Qt::LeftButton);
+    QTRY_COMPARE(sent(records).size(), 1);
+    QCOMPARE(textOf(sent(records).first()), "marker");
+}
+
+void TestChatWidget::keys_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::addColumn<int>("modifiers");
+    QTest::addColumn<bool>("sends");
+    QTest::newRow("Return") << int(Qt::Key_Return) << int(Qt::NoModifier) << true;
+    QTest::newRow("Shift+Return") << int(Qt::Key_Return) << int(Qt::ShiftModifier) << false;
+    QTest::newRow("Control+Return") << int(Qt::Key_Return) << int(Qt::ControlModifier) << false;
+    QTest::newRow("keypad Enter") << int(Qt::Key_Enter) << int(Qt::KeypadModifier) << false;
+}
+
+void TestChatWidget::keys()
+{
+    QFETCH(int, key);
+    QFETCH(int, modifiers);
+    QFETCH(bool, sends);
+    KvChatWidget page(m_peer, false);
+    auto *input = page.findChild<KvDropTextEdit *>("textEdit");
+    QTest::keyClicks(input, "hello");
+    QTest::keyClick(input, Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+    QCOMPARE(input->toPlainText().isEmpty(), sends);
+    if (!sends)
+        QVERIFY(input->toPlainText().startsWith("hello"));
 }
 
 QTEST_MAIN(TestChatWidget)
