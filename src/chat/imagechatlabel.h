@@ -1,0 +1,45 @@
+#pragma once
+
+#include "kvmess_export.h"
+
+#include <QPixmap>
+#include <QString>
+#include <QWidget>
+
+class KvClickableLabel;
+class KvFriendMessageData;
+
+// A picture of a chat, scaled down to three quarters of the row's width and
+// never enlarged. A double-click opens it in the picture viewer; the context
+// menu shows its folder or saves a copy. A picture that is not on disk (still
+// downloading, or lost) shows the failure icon, and offers neither.
+class KVMESS_EXPORT KvImageChatLabel : public QWidget
+{
+    Q_OBJECT
+public:
+    KvImageChatLabel(bool isSend, const QString &filePath, QWidget *parent = nullptr);
+    ~KvImageChatLabel() override;
+
+    using QWidget::update;
+    // Loads the picture again from the path given at construction; the
+    // message is not read.
+    void update(const KvFriendMessageData &message);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private Q_SLOTS:
+    void slotCustomContextMenuRequested(QPoint pos);
+
+private:
+    void loadPixmap();
+    void scalePixmap();
+
+    KvClickableLabel *label = nullptr;
+    QPixmap pixmap;
+    float aspect = 1.0f;
+    qint32 margin = 5;
+    bool isSend = false;
+    QString filePath;
+};

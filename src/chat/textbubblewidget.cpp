@@ -1,0 +1,94 @@
+#include "textbubblewidget.h"
+
+#include "platform/theme.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QPainterPath>
+#include <QRegularExpression>
+
+KvTextBubbleWidget::KvTextBubbleWidget(bool isSend, const QString &text, QWidget *parent)
+    : QWidget(parent)
+    , isSend(isSend)
+{
+    setAttribute(Qt::WA_StyledBackground);
+    label = new QLabel(this);
+    label->setWordWrap(true);
+    label->setOpenExternalLinks(true);
+    setText(text);
+    label->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
+
+    layout = new QHBoxLayout(this);
+    // The tail takes its room on the sender's side.
+    if (isSend)
+        layout->setContentsMargins(margin, margin, margin + tailSize, margin);
+    else
+        layout->setContentsMargins(margin + tailSize, margin, margin, margin);
+    layout->addWidget(label);
+    label->setAlignment(isSend ? Qt::AlignRight | Qt::AlignVCenter : Qt::AlignLeft | Qt::AlignVCenter);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+}
+
+void KvTextBubbleWidget::setText(const QString &text)
+{
+    if (text.isEmpty()) {
+        label->setText(QStringLiteral("    "));
+        plainText = label->text();
+        return;
+    }
+    static const QRegularExpression linkExpression(QStringLiteral("(http[s]{0,1}://|www)[\\w./?=#&-]*"));
+    QStringList links;
+    QRegularExpressionMatchIterator matches = linkExpression.globalMatch(text);
+    while (matches.hasNext())
+        links.append(matches.next().captured(0));
+    const QStringList parts = text.split(linkExpression, Qt::KeepEmptyParts);
+
+    // Sent markup is not escaped: the label's rich-text detection sees the text as typed.
+    QString html;
+    for (int i = 0; i < parts.size(); ++i) {
+        html.append(parts.at(i));
+        plainText.append(parts.at(i));
+        if (i < links.size()) {
+            html.append(QStringLiteral("<a href='%1'>%1</a>").arg(links.at(i)));
+            plainText.append(links.at(i));
+        }
+    }
+    label->setText(html);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse);
+}
+
+void KvTextBubbleWidget::paintEvent(QPaintEvent *event)
+{
+    QWidget::paintEvent(event);
+
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    QColor color(QStringLiteral("#0099FF"));
+
+    const QFontMetrics metrics(label->font());
+    QRect box = metrics.boundingRect(label->geometry(), Qt::TextWordWrap, plainText);
+    if (isSend) {
+        color = KvTheme::color(KvTheme::OutgoingBubble);
+        box.translate(label->width() - box.width(), 0);
+    } else {
+        color = KvTheme::color(KvTheme::IncomingBubble);
+    }
+    box.adjust(-margin, -margin, margin, margin);
+    painter.setBrush(color);
+    painter.drawRoundedRect(box, 8, 8);
+
+    const int w = width();
+    QPainterPath tail;
+    if (isSend) {
+        tail.moveTo(w - 9, 8);
+        tail.quadTo(w - 4, 8, w - 4, 4);
+        tail.quadTo(w - 4, 16, w - 9, 16);
+    } else {
+        tail.moveTo(9, 8);
+        tail.quadTo(4, 8, 4, 4);
+        tail.quadTo(4, 16, 9, 16);
+    }
+    painter.drawPath(tail);
+}
