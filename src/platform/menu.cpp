@@ -1,0 +1,8 @@
+#include "menu.h"
+
+KvMenu::KvMenu(QWidget *parent)
+    : QMenu(parent)
+{
+    setObjectName(QStringLiteral("kvMenu"));
+    setSeparatorsCollapsible(true);
+}

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "kvplatform_export.h"
+
+#include <QWebEngineView>
+
+// The web view of the module's windows: load(QUrl) as inherited.
+class KVPLATFORM_EXPORT KvWebEngineView : public QWebEngineView
+{
+    Q_OBJECT
+public:
+    explicit KvWebEngineView(QWidget *parent = nullptr);
+};
