@@ -9,19 +9,27 @@
 #include <QEvent>
 #include <QFileInfo>
 #include <QHBoxLayout>
-#include <QIcon>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QResizeEvent>
+#include <QSvgRenderer>
 
 namespace {
 
 constexpr int failedIconSize = 100;
 
-// One pixmap for every picture that cannot be shown.
+// One pixmap for every picture that cannot be shown, drawn from the SVG at
+// its full size (an icon of it would stop at the drawing's own size).
 const QPixmap &failedPixmap()
 {
-    static const QPixmap *pixmap =
-        new QPixmap(QIcon(QStringLiteral("themeIcons:imageFailed.kvsvg")).pixmap(failedIconSize, failedIconSize));
+    static const QPixmap *pixmap = [] {
+        auto *drawn = new QPixmap(failedIconSize, failedIconSize);
+        drawn->fill(Qt::transparent);
+        QSvgRenderer renderer(QStringLiteral("themeIcons:imageFailed.kvsvg"));
+        QPainter painter(drawn);
+        renderer.render(&painter);
+        return drawn;
+    }();
     return *pixmap;
 }
 
