@@ -1,6 +1,10 @@
 #pragma once
 
 #include "kvmess_export.h"
+
+// framelessdialog.h returns its buttons inline and needs the full type.
+#include <QAbstractButton>
+
 #include "platform/framelessdialog.h"
 #include "store/friendmessagedata.h"
 
