@@ -114,6 +114,21 @@ def main():
     else:
         rows.append(("read a long conversation", (conversation or {}).get("failed", missing), "", None))
 
+    chat = run(args.build, "bench_chatwindow", *(["2000", "200"] if quick else []))
+    if chat and "failed" not in chat:
+        for key in ("short", "long"):
+            page = chat[key]
+            rows.append(("open a {:,}-message conversation until laid out ({:.1f} KiB a row at the peak)".format(
+                             page["messages"], page["kibPerRow"]),
+                         "%.0f ms" % page["ms"],
+                         "plain QLabel rows %.0f ms (%.1f KiB a row)" % (page["plainMs"], page["plainKibPerRow"]),
+                         page["plainMs"] / page["ms"]))
+        listed = chat["list"]
+        rows.append(("load the conversation list of {:,}".format(listed["conversations"]), "%.0f ms" % listed["ms"],
+                     "plain QListWidget %.0f ms" % listed["plainMs"], listed["plainMs"] / listed["ms"]))
+    else:
+        rows.append(("chat window", (chat or {}).get("failed", missing), "", None))
+
     print("Machine: %s" % machine())
     print()
     print("| measure | KvMess | side by side | ratio |")

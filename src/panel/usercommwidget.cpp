@@ -2,6 +2,7 @@
 #include "ui_usercommwidget.h"
 
 #include "panel/companywidget.h"
+#include "panel/friendmessagewidget.h"
 #include "panel/friendwidget.h"
 #include "panel/noticemessagewidget.h"
 #include "store/unreadmessagemanager.h"
@@ -18,15 +19,6 @@
 namespace {
 
 QPointer<QWidget> g_mainWidow;
-
-// A page whose content has not been built yet: an empty, styled page in the stack.
-QWidget *placeholderPage(const QString &name, QWidget *parent)
-{
-    auto *page = new QWidget(parent);
-    page->setObjectName(name);
-    page->setAttribute(Qt::WA_StyledBackground);
-    return page;
-}
 
 QLabel *cornerBadge(QAbstractButton *button)
 {
@@ -89,7 +81,8 @@ void KvUserCommWidget::init()
     buttonGroup = new QButtonGroup(this);
     noticeWidget = new KvNoticeMessageWidget(this);
     noticeWidget->setObjectName(QStringLiteral("noticeWidget"));
-    messageWidget = placeholderPage(QStringLiteral("messageWidget"), this);
+    messageWidget = new KvFriendMessageWidget(this);
+    messageWidget->setObjectName(QStringLiteral("messageWidget"));
     friendWidget = new KvFriendWidget(this);
     friendWidget->setObjectName(QStringLiteral("friendWidget"));
     companyWidget = new KvCompanyWidget(this);

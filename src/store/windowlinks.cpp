@@ -1,20 +1,23 @@
 #include "windowlinks_p.h"
 
+#include "chat/chatdialog.h"
 #include "panel/usercommwidget.h"
 
 namespace KvWindowLinks {
 
 void closeChat()
 {
+    KvChatDialog::clostChat();
 }
 
-void createChat(const QString &, QWidget *, bool)
+void createChat(const QString &userName, QWidget *parent, bool flag)
 {
+    KvChatDialog::createChat(userName, parent, flag);
 }
 
 QString currentChatUser()
 {
-    return {};
+    return KvChatDialog::currentChatUser();
 }
 
 QWidget *mainWidget()
@@ -24,6 +27,7 @@ QWidget *mainWidget()
 
 void openAllUnreadMessage()
 {
+    KvChatDialog::openAllUnreadMessage();
 }
 
 } // namespace KvWindowLinks

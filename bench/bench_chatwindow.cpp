@@ -1,0 +1,305 @@
+// The chat window at scale:
+//  - opening a conversation of a fifth of `long` and of `long` stored messages
+//    (texts, pictures and files mixed) until the page has laid out, beside as
+//    many plain QLabel rows in the same kind of scroll area, and the memory a
+//    row adds at the peak;
+//  - the panel's conversation list loading `conversations` conversations,
+//    beside a plain QListWidget with as many item widgets.
+//   bench_chatwindow [long] [conversations]   (defaults 10000 and 1000)
+#include "benchserver.h"
+#include "chat/chatwidget.h"
+#include "panel/friendmessagewidget.h"
+#include "store/friendmessagemanager.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QListWidget>
+#include <QProcess>
+#include <QScrollArea>
+#include <QSettings>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTemporaryDir>
+#include <QUuid>
+#include <QVBoxLayout>
+
+#include <cstdio>
+#include <functional>
+
+namespace {
+
+const QString password = QStringLiteral("pw");
+const QString user = QStringLiteral("benchchat");
+
+qint64 statusKiB(const char *key)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith(key))
+            return line.mid(int(qstrlen(key))).trimmed().split(' ').first().toLongLong();
+    }
+    return 0;
+}
+
+// Resets the kernel's peak of the resident set to what is resident now.
+void resetPeak()
+{
+    QFile refs(QStringLiteral("/proc/self/clear_refs"));
+    if (refs.open(QIODevice::WriteOnly))
+        refs.write("5");
+}
+
+struct Run
+{
+    double ms = 0;
+    double kibPerRow = 0;
+};
+
+// Time from building `build`'s widget into a shown window until its layout
+// has settled and it has painted once; the peak memory above the start.
+Run measure(int rows, const std::function<QWidget *()> &build)
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    resetPeak();
+    const qint64 before = statusKiB("VmRSS:");
+    QElapsedTimer clock;
+    clock.start();
+    QWidget window;
+    auto *layout = new QVBoxLayout(&window);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(build());
+    window.resize(900, 700);
+    window.show();
+    QCoreApplication::processEvents();
+    window.layout()->activate();
+    for (QLayout *inner : window.findChildren<QLayout *>())
+        inner->activate();
+    window.grab();
+    Run run;
+    run.ms = clock.nsecsElapsed() / 1e6;
+    run.kibPerRow = double(statusKiB("VmHWM:") - before) / rows;
+    return run;
+}
+
+QByteArray json(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+// Writes the conversations straight into the user's file in one transaction;
+// the store sees them at the next sign-in.
+bool fillStore(const QString &file, const QStringList &peers, const QList<int> &sizes, const QString &picture,
+               const QString &document)
+{
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("benchfill"));
+    db.setDatabaseName(file);
+    if (!db.open())
+        return false;
+    QSqlQuery query(db);
+    db.transaction();
+    query.exec(QStringLiteral("CREATE TABLE IF NOT EXISTS FileTable (MessageLocalId TEXT UNIQUE,FileName TEXT,Filepath TEXT,"
+                              "FileMD5 TEXT,FileSize INTEGER,DownloadSrc TEXT);"));
+    const qint64 start = QDateTime::currentMSecsSinceEpoch() - 86400000LL * 30;
+    for (int p = 0; p < peers.size(); ++p) {
+        const QString table = QStringLiteral("FriendMessageTable_%1").arg(peers.at(p));
+        query.exec(QStringLiteral("CREATE TABLE %1 (MessageServerId TEXT ,MessageLocalId TEXT UNIQUE,FromUserId TEXT ,"
+                                  "ToUserId TEXT ,Type TEXT,Content TEXT,Time INTEGER,IsSend INTEGER,Status INTEGER);")
+                       .arg(table));
+        QSqlQuery insert(db);
+        insert.prepare(QStringLiteral("INSERT INTO %1 VALUES(?,?,?,?,?,?,?,?,?);").arg(table));
+        QSqlQuery fileInsert(db);
+        fileInsert.prepare(QStringLiteral("INSERT INTO FileTable VALUES(?,?,?,?,?,?);"));
+        for (int i = 0; i < sizes.at(p); ++i) {
+            const QString id = QUuid::createUuid().toString(QUuid::Id128);
+            const bool mine = i % 3 == 1;
+            // Eight texts of varying length, one picture and one file in every ten.
+            QString type = QStringLiteral("BBC");
+            QByteArray content;
+            if (i % 10 == 4 || i % 10 == 9) {
+                const bool isPicture = i % 10 == 4;
+                type = isPicture ? QStringLiteral("BBB") : QStringLiteral("BBA");
+                const QString path = isPicture ? picture : document;
+                content = json({{"id", id}, {"title", QFileInfo(path).fileName()}, {"src", ""}, {"md5", ""},
+                                {"size", QFileInfo(path).size()}});
+                fileInsert.addBindValue(id);
+                fileInsert.addBindValue(QFileInfo(path).fileName());
+                fileInsert.addBindValue(path);
+                fileInsert.addBindValue(QString());
+                fileInsert.addBindValue(QFileInfo(path).size());
+                fileInsert.addBindValue(QString());
+                fileInsert.exec();
+            } else {
+                content = json({{"content", QStringLiteral("第 %1 条消息，").arg(i).repeated(1 + i % 7)}});
+            }
+            insert.addBindValue(QString::number(100000 + i));
+            insert.addBindValue(id);
+            insert.addBindValue(mine ? user : peers.at(p));
+            insert.addBindValue(mine ? peers.at(p) : user);
+            insert.addBindValue(type);
+            insert.addBindValue(QString::fromUtf8(content));
+            insert.addBindValue(start + qint64(i) * 60000 + p);
+            insert.addBindValue(mine ? 1 : 0);
+            insert.addBindValue(mine ? 6 : (type == QLatin1String("BBC") ? 0 : 9));
+            if (!insert.exec()) {
+                std::fprintf(stderr, "%s\n", qPrintable(insert.lastError().text()));
+                return false;
+            }
+        }
+    }
+    const bool committed = db.commit();
+    db.close();
+    return committed;
+}
+
+QString textOf(const KvFriendMessageData &message)
+{
+    const QJsonObject content = QJsonDocument::fromJson(message.content).object();
+    return content.value(content.contains("content") ? "content" : "title").toString();
+}
+
+QWidget *plainRows(const QList<KvFriendMessageData> &messages)
+{
+    auto *area = new QScrollArea;
+    area->setWidgetResizable(true);
+    auto *contents = new QWidget;
+    auto *rows = new QVBoxLayout(contents);
+    rows->setSpacing(15);
+    for (auto message = messages.crbegin(); message != messages.crend(); ++message)
+        rows->addWidget(new QLabel(textOf(*message), contents));
+    rows->addStretch();
+    area->setWidget(contents);
+    return area;
+}
+
+QWidget *plainList(int count)
+{
+    auto *list = new QListWidget;
+    for (int i = 0; i < count; ++i) {
+        auto *item = new QListWidgetItem(list);
+        auto *row = new QWidget;
+        auto *layout = new QHBoxLayout(row);
+        layout->addWidget(new QLabel(QStringLiteral("●")));
+        auto *texts = new QVBoxLayout;
+        texts->addWidget(new QLabel(QStringLiteral("会话 %1").arg(i)));
+        texts->addWidget(new QLabel(QStringLiteral("最后一条消息")));
+        layout->addLayout(texts);
+        item->setSizeHint(row->sizeHint());
+        list->setItemWidget(item, row);
+    }
+    return list;
+}
+
+// One measurement in a process of its own, so that neither side inherits the
+// other's heap: signs in to the prepared store and prints {"ms", "kibPerRow"}.
+int runCase(const QString &name, const QString &folder)
+{
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, QDir(folder).filePath("settings"));
+    ReferenceServer::useFixture();
+    KvUserCommManager::instance();
+    if (!KvUserManager::instance()->requestLoginByPassword(user, password))
+        return 1;
+    KvFriendMessageManager *store = KvUserCommManager::instance()->friendMessageManager();
+    const QString peer = name.section(':', 1);
+    QList<KvFriendMessageData> messages;
+    store->messages(peer, false, messages);
+    const int listed = store->lastMessages().size();
+    Run run;
+    // A first small build of the same kind loads fonts, icons and styles outside the measurement.
+    if (name.startsWith("page:")) {
+        measure(1, [] { return new KvChatWidget(QStringLiteral("peer0000"), false); });
+        run = measure(messages.size(), [&] { return new KvChatWidget(peer, false); });
+    } else if (name.startsWith("labels:")) {
+        measure(1, [&] { return plainRows(messages.mid(0, 10)); });
+        run = measure(messages.size(), [&] { return plainRows(messages); });
+    } else if (name == "list") {
+        measure(1, [] { return plainList(10); });
+        run = measure(listed, [] { return new KvFriendMessageWidget; });
+    } else {
+        measure(1, [] { return plainList(10); });
+        run = measure(listed, [&] { return plainList(listed); });
+    }
+    std::printf("%s\n", json({{"ms", run.ms}, {"kibPerRow", run.kibPerRow},
+                              {"rows", name.startsWith("page:") || name.startsWith("labels:") ? messages.size() : listed}})
+                            .constData());
+    KvUserManager::instance()->logOut();
+    return 0;
+}
+
+QJsonObject spawn(const QString &name, const QString &folder)
+{
+    QProcess child;
+    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    child.start(QCoreApplication::applicationFilePath(), {"--case", name, folder});
+    child.waitForFinished(600000);
+    const QList<QByteArray> lines = child.readAllStandardOutput().trimmed().split('\n');
+    return QJsonDocument::fromJson(lines.last()).object();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    if (argc == 4 && QByteArray(argv[1]) == "--case")
+        return runCase(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]));
+
+    const int longSize = argc > 1 ? QByteArray(argv[1]).toInt() : 10000;
+    const int conversations = argc > 2 ? QByteArray(argv[2]).toInt() : 1000;
+    const int shortSize = longSize / 5;
+    QTemporaryDir dir;
+    BenchServer server(dir);
+    if (!server.isRunning() || !BenchServer::signIn(user, password))
+        return 1;
+
+    const QString picture = dir.filePath("picture.png");
+    QImage image(640, 480, QImage::Format_RGB32);
+    image.fill(QColor(0x4a, 0x90, 0xd9));
+    image.save(picture);
+    const QString document = dir.filePath(QStringLiteral("说明.pdf"));
+    QFile(document).open(QIODevice::WriteOnly);
+
+    QStringList peers{QStringLiteral("short"), QStringLiteral("long")};
+    QList<int> sizes{shortSize, longSize};
+    for (int i = 0; i < conversations - 2; ++i) {
+        peers << QStringLiteral("peer%1").arg(i, 4, 10, QLatin1Char('0'));
+        sizes << 1;
+    }
+    const QString file = dir.filePath(QStringLiteral("work/UserInfo/%1/%1.db").arg(user));
+    KvUserManager::instance()->logOut();
+    if (!fillStore(file, peers, sizes, picture, document))
+        return 1;
+    QSqlDatabase::removeDatabase(QStringLiteral("benchfill"));
+
+    QJsonObject result{{"bench", "chatwindow"}};
+    for (const QString &peer : {QStringLiteral("short"), QStringLiteral("long")}) {
+        const QJsonObject module = spawn("page:" + peer, dir.path());
+        const QJsonObject plain = spawn("labels:" + peer, dir.path());
+        std::printf("open a conversation of %d messages: %.0f ms (%.1f KiB a row at the peak); "
+                    "plain QLabel rows %.0f ms (%.1f KiB a row)\n",
+                    module.value("rows").toInt(), module.value("ms").toDouble(), module.value("kibPerRow").toDouble(),
+                    plain.value("ms").toDouble(), plain.value("kibPerRow").toDouble());
+        result.insert(peer, QJsonObject{{"messages", module.value("rows")}, {"ms", module.value("ms")},
+                                        {"kibPerRow", module.value("kibPerRow")}, {"plainMs", plain.value("ms")},
+                                        {"plainKibPerRow", plain.value("kibPerRow")}});
+    }
+    const QJsonObject list = spawn("list", dir.path());
+    const QJsonObject plainList = spawn("plainlist", dir.path());
+    std::printf("load the conversation list of %d: %.0f ms; plain QListWidget %.0f ms\n", list.value("rows").toInt(),
+                list.value("ms").toDouble(), plainList.value("ms").toDouble());
+    result.insert("list", QJsonObject{{"conversations", list.value("rows")}, {"ms", list.value("ms")},
+                                      {"plainMs", plainList.value("ms")}});
+    std::printf("%s\n", json(result).constData());
+    return result.value("long").toObject().value("messages").toInt() == longSize ? 0 : 1;
+}

@@ -1,0 +1,269 @@
+#include "chatdialog.h"
+#include "ui_chatdialog.h"
+
+#include "chat/chatwidget.h"
+#include "panel/friendmessageitemwidget.h"
+#include "platform/menu.h"
+#include "platform/usuallyutils.h"
+#include "store/friendmessagemanager.h"
+#include "store/groupmanager.h"
+#include "store/unreadmessagemanager.h"
+#include "store/usercommmanager.h"
+#include "store/usertitles.h"
+
+#include <QCursor>
+#include <algorithm>
+#include <QListWidgetItem>
+
+namespace {
+
+constexpr int TitleRole = Qt::UserRole;
+constexpr int PageRole = Qt::UserRole + 1;
+constexpr int UserRole = Qt::UserRole + 2;
+
+KvChatWidget *pageOf(const QListWidgetItem *item)
+{
+    return reinterpret_cast<KvChatWidget *>(quintptr(item->data(PageRole).toLongLong()));
+}
+
+KvUnreadMessageManager *unreadMessages()
+{
+    return KvUserCommManager::instance()->userUnreadMessageManager();
+}
+
+} // namespace
+
+QPointer<KvChatDialog> KvChatDialog::m_chatDialog;
+
+KvChatDialog::KvChatDialog()
+    : KvFramelessDialog(nullptr, true)
+    , ui(new Ui::KvChatDialog)
+{
+    auto *content = new QWidget;
+    setContentWidget(content);
+    ui->setupUi(content);
+    setMinimumSize(600, 500);
+    init();
+}
+
+KvChatDialog::~KvChatDialog()
+{
+    delete ui;
+}
+
+QSize KvChatDialog::sizeHint() const
+{
+    return {900, 700};
+}
+
+void KvChatDialog::init()
+{
+    setAttribute(Qt::WA_StyledBackground);
+    initCustomTitleBar();
+    ui->listWidget->setFocusPolicy(Qt::NoFocus);
+    ui->minButton->hide();
+    ui->splitter->setStretchFactor(0, 1);
+    ui->splitter->setStretchFactor(1, 4);
+
+    connect(ui->listWidget, &QListWidget::currentRowChanged, this, &KvChatDialog::slotCurrentRowChanged);
+
+    KvUserCommManager *comm = KvUserCommManager::instance();
+    connect(comm->friendMessageManager(), &KvFriendMessageManager::signalNewMessage, this,
+            &KvChatDialog::slotNewMessage);
+    connect(comm->friendMessageManager(), &KvFriendMessageManager::signalMessageStateUpdate, this,
+            &KvChatDialog::slotMessageUpdate);
+    connect(comm->userUnreadMessageManager(), &KvUnreadMessageManager::signalUserUnreadClear, this,
+            &KvChatDialog::slotUserUnreadClear);
+
+    // The policy sits on the dialog while the list's signal is the one
+    // connected: the list's own right-click does not reach the slot.
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(ui->listWidget, &QWidget::customContextMenuRequested, this,
+            &KvChatDialog::slotCustomContextMenuRequested);
+}
+
+void KvChatDialog::initCustomTitleBar()
+{
+    setTitleBarWidget(ui->widgetTitle, ui->minButton, ui->maxButton, ui->closeButton);
+    connect(ui->minButton, &QPushButton::clicked, this, &QWidget::showMinimized);
+    connect(ui->maxButton, SIGNAL(clicked()), this, SLOT(slotToggleMaximized()));
+    connect(ui->closeButton, &QPushButton::clicked, this, &QWidget::close);
+    ui->minButton->setToolTip(tr("最小化"));
+    ui->maxButton->setToolTip(tr("恢复"));
+    ui->maxButton->setToolTip(tr("关闭"));
+}
+
+KvChatDialog *KvChatDialog::ensureDialog()
+{
+    if (!m_chatDialog) {
+        m_chatDialog = new KvChatDialog;
+        m_chatDialog->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    return m_chatDialog;
+}
+
+void KvChatDialog::createChat(const QString &userName, QWidget *, bool isGroup)
+{
+    KvChatDialog *dialog = ensureDialog();
+    dialog->addChat(userName, isGroup);
+    dialog->show();
+    dialog->raise();
+}
+
+void KvChatDialog::clostChat()
+{
+    if (m_chatDialog)
+        m_chatDialog->close();
+}
+
+QString KvChatDialog::currentChatUser()
+{
+    return m_chatDialog ? m_chatDialog->getCurrentChatUser() : QString();
+}
+
+void KvChatDialog::openAllUnreadMessage()
+{
+    KvUnreadMessageManager *unread = unreadMessages();
+    if (unread->allUnreadMesssageCount(false) == 0)
+        return;
+    KvChatDialog *dialog = ensureDialog();
+    dialog->openingAll = true;
+
+    QStringList keys;
+    const QMap<QString, int> &counts = unread->allUnreadMessageInfo();
+    for (auto entry = counts.cbegin(); entry != counts.cend(); ++entry) {
+        if (entry.value() != 0)
+            keys << entry.key();
+    }
+    QList<KvGroupInfo> groups;
+    KvUserCommManager::instance()->enterpriseManager()->enterprises(groups);
+
+    for (int i = 0; i < keys.size(); ++i) {
+        if (i == keys.size() - 1)
+            dialog->openingAll = false;
+        const bool isGroup = std::any_of(groups.cbegin(), groups.cend(), [&](const KvGroupInfo &group) {
+            return group.enterpriseId == keys.at(i);
+        });
+        dialog->addChat(keys.at(i), isGroup);
+    }
+    dialog->show();
+    dialog->raise();
+}
+
+void KvChatDialog::addChat(const QString &userName, bool isGroup)
+{
+    if (!chatItems.contains(userName)) {
+        auto *item = new QListWidgetItem;
+        ui->listWidget->insertItem(0, item);
+
+        auto *row = new KvFriendMessageItemWidget(userName, true, nullptr);
+        row->setProperty("kvListWidgetTab", true);
+        item->setSizeHint(row->sizeHint());
+        ui->listWidget->setItemWidget(item, row);
+
+        const QString title = conversationTitle(userName);
+        ui->labelNikeName->setText(title);
+
+        auto *page = new KvChatWidget(userName, isGroup, this);
+        connect(page, &KvChatWidget::signalCloseWidget, this, &KvChatDialog::removeChat);
+        ui->stackedWidget->addWidget(page);
+
+        item->setData(TitleRole, title);
+        item->setData(PageRole, qint64(reinterpret_cast<quintptr>(page)));
+        item->setData(UserRole, userName);
+        chatItems.insert(userName, item);
+    }
+    ui->listWidget->setCurrentItem(chatItems.value(userName));
+}
+
+void KvChatDialog::removeChat(const QString &userName)
+{
+    QListWidgetItem *item = chatItems.value(userName);
+    if (!item)
+        return;
+    ui->stackedWidget->removeWidget(pageOf(item));
+    ui->listWidget->setItemWidget(item, nullptr);
+    delete item;
+    chatItems.remove(userName);
+    if (chatItems.isEmpty())
+        close();
+}
+
+QString KvChatDialog::getCurrentChatUser()
+{
+    const QListWidgetItem *current = ui->listWidget->currentItem();
+    for (auto entry = chatItems.cbegin(); entry != chatItems.cend(); ++entry) {
+        if (entry.value() == current)
+            return entry.key();
+    }
+    return {};
+}
+
+void KvChatDialog::slotCurrentRowChanged(int row)
+{
+    QListWidgetItem *item = ui->listWidget->item(row);
+    if (!item)
+        return;
+    KvChatWidget *page = pageOf(item);
+    ui->stackedWidget->setCurrentWidget(page);
+    if (page)
+        page->setInputFocus();
+    ui->labelNikeName->setText(item->data(TitleRole).toString());
+    if (!ui->listWidget->itemWidget(item) || openingAll)
+        return;
+    unreadMessages()->clearUserUnreadMessage(getCurrentChatUser());
+}
+
+void KvChatDialog::slotToggleMaximized()
+{
+    if (isMaximized()) {
+        showNormal();
+        ui->maxButton->setIcon(QIcon(QStringLiteral("themeIcons:maximize.kvsvg")));
+        ui->maxButton->setToolTip(tr("恢复"));
+    } else {
+        showMaximized();
+        ui->maxButton->setIcon(QIcon(QStringLiteral("themeIcons:normal.kvsvg")));
+        ui->maxButton->setToolTip(tr("最大化"));
+    }
+    KvUsuallyUtils::emulateLeaveEvent(ui->maxButton);
+}
+
+void KvChatDialog::slotNewMessage(KvFriendMessageData messageData)
+{
+    QListWidgetItem *item = chatItems.value(conversationUser(messageData));
+    if (!item)
+        return;
+    if (auto *row = qobject_cast<KvFriendMessageItemWidget *>(ui->listWidget->itemWidget(item)))
+        row->setLastMessage(messageData, true);
+    pageOf(item)->addMessage(messageData);
+}
+
+void KvChatDialog::slotMessageUpdate(KvFriendMessageData messageData)
+{
+    if (QListWidgetItem *item = chatItems.value(conversationUser(messageData)))
+        pageOf(item)->updateMessage(messageData);
+}
+
+void KvChatDialog::slotUserUnreadClear(QString userName)
+{
+    QListWidgetItem *item = chatItems.value(userName);
+    if (!item)
+        return;
+    if (auto *row = qobject_cast<KvFriendMessageItemWidget *>(ui->listWidget->itemWidget(item)))
+        row->setMsgCount(0);
+}
+
+void KvChatDialog::slotCustomContextMenuRequested(QPoint pos)
+{
+    KvMenu menu(this);
+    QString chosen;
+    if (QListWidgetItem *item = ui->listWidget->itemAt(pos)) {
+        const QString userName = item->data(UserRole).toString();
+        connect(menu.addAction(tr("从会话列表移除")), &QAction::triggered, this,
+                [&chosen, userName] { chosen = userName; });
+    }
+    menu.exec(QCursor::pos());
+    // After the menu has gone: removing the last conversation closes this window.
+    if (!chosen.isEmpty())
+        removeChat(chosen);
+}

@@ -1,0 +1,150 @@
+#include "chatwidget.h"
+#include "ui_chatwidget.h"
+
+#include "account/usermanager.h"
+#include "chat/chatitemwidget.h"
+#include "store/friendmessagemanager.h"
+#include "store/usercommmanager.h"
+#include "transfer/sendmessagehelper.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QKeyEvent>
+#include <QScrollBar>
+
+KvChatWidget::KvChatWidget(const QString &userName, bool isGroup, QWidget *parent)
+    : QWidget(parent)
+    , ui(new Ui::KvChatWidget)
+    , isGroup(isGroup)
+    , userName(userName)
+    , scrollTimer(this)
+{
+    ui->setupUi(this);
+    init();
+}
+
+KvChatWidget::~KvChatWidget()
+{
+    delete ui;
+}
+
+void KvChatWidget::init()
+{
+    ui->splitter->setStretchFactor(0, 15);
+    ui->splitter->setStretchFactor(1, 1);
+    ui->titleWidget->hide();
+    ui->textEdit->setFocus();
+
+    scrollTimer.setObjectName(QStringLiteral("scrollTimer"));
+    scrollTimer.setSingleShot(true);
+    scrollTimer.setInterval(50);
+    connect(&scrollTimer, &QTimer::timeout, this, &KvChatWidget::scrollToBottom);
+
+    connect(ui->pushButtonClose, &QPushButton::clicked, this, [this] { emit signalCloseWidget(userName); });
+    connect(ui->pushButtonSend, &QPushButton::clicked, this, &KvChatWidget::slotSendButtonClicked);
+    ui->textEdit->installEventFilter(this);
+
+    ui->pushButtonImage->setToolTip(tr("选择图片"));
+    ui->pushButtonFile->setToolTip(tr("选择文件"));
+    connect(ui->pushButtonImage, &QPushButton::clicked, this, &KvChatWidget::slotImageButtonClicked);
+    connect(ui->pushButtonFile, &QPushButton::clicked, this, &KvChatWidget::slotFileButtonClicked);
+
+    // Paging buttons are never shown; their clicks go to the file picker.
+    ui->pushButtonPrePage->hide();
+    ui->pushButtonNextPage->hide();
+    connect(ui->pushButtonPrePage, &QPushButton::clicked, this, &KvChatWidget::slotFileButtonClicked);
+    connect(ui->pushButtonNextPage, &QPushButton::clicked, this, &KvChatWidget::slotFileButtonClicked);
+
+    selfUserName = KvUserManager::instance()->getUserLoginInfo().username;
+
+    QList<KvFriendMessageData> messages;
+    KvUserCommManager::instance()->friendMessageManager()->messages(userName, isGroup, messages);
+    for (auto message = messages.crbegin(); message != messages.crend(); ++message)
+        addMessage(*message);
+}
+
+void KvChatWidget::addMessage(const KvFriendMessageData &message)
+{
+    auto *row = new KvChatItemWidget(message, ui->scrollAreaWidgetContents);
+    ui->verticalLayoutChat->addWidget(row);
+    items.insert(message.messageLocalId, row);
+    scrollTimer.start();
+}
+
+void KvChatWidget::updateMessage(const KvFriendMessageData &message)
+{
+    if (KvChatItemWidget *row = items.value(message.messageLocalId))
+        row->update(message);
+}
+
+void KvChatWidget::setInputFocus()
+{
+    ui->textEdit->setFocus(Qt::OtherFocusReason);
+}
+
+void KvChatWidget::scrollToBottom()
+{
+    QScrollBar *bar = ui->scrollArea->verticalScrollBar();
+    bar->setValue(bar->maximum());
+}
+
+bool KvChatWidget::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == ui->textEdit && event->type() == QEvent::KeyPress) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (key->key() == Qt::Key_Return && !(key->modifiers() & (Qt::ControlModifier | Qt::ShiftModifier))) {
+            ui->pushButtonSend->click();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void KvChatWidget::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (!shown) {
+        shown = true;
+        scrollToBottom();
+    }
+}
+
+void KvChatWidget::slotSendButtonClicked(bool)
+{
+    const QString text = ui->textEdit->getText().trimmed();
+    if (!text.isEmpty())
+        KvSendMessageHelper::sendTextMessage(text, userName, isGroup);
+    static const QStringList pictureSuffixes{QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("png"),
+                                             QStringLiteral("webp"), QStringLiteral("svg")};
+    const QStringList files = ui->textEdit->getFiles();
+    for (const QString &path : files) {
+        if (pictureSuffixes.contains(QFileInfo(path).suffix(), Qt::CaseSensitive))
+            KvSendMessageHelper::sendPicMessage(path, userName, isGroup);
+        else
+            KvSendMessageHelper::sendFileMessage(path, userName, isGroup, true, QString());
+    }
+    ui->textEdit->clear();
+}
+
+void KvChatWidget::slotImageButtonClicked(bool)
+{
+    const QString path = QFileDialog::getOpenFileName(this, tr("选择图片"), QString(),
+                                                      tr("所有支持的图片格式(*.jpg *.jpeg *.png *.webp *.svg)"));
+    if (!path.isEmpty())
+        ui->textEdit->insertFile(path);
+}
+
+void KvChatWidget::slotFileButtonClicked(bool)
+{
+    const QString path = QFileDialog::getOpenFileName(this, tr("选择文件"), QString(), QString());
+    if (!path.isEmpty())
+        ui->textEdit->insertFile(path);
+}
+
+void KvChatWidget::slotPrePage(bool)
+{
+}
+
+void KvChatWidget::slotNextPage(bool)
+{
+}

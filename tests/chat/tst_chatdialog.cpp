@@ -1,0 +1,230 @@
+#include "account/usermanager.h"
+#include "chat/chatdialog.h"
+#include "chat/chatitemwidget.h"
+#include "chat/chatwidget.h"
+#include "panel/friendmessagewidget.h"
+#include "panel/usercommwidget.h"
+#include "referenceserver.h"
+#include "store/friendmessagemanager.h"
+#include "store/unreadmessagemanager.h"
+#include "store/usercommmanager.h"
+
+#include <QApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QStackedWidget>
+#include <QTemporaryDir>
+#include <QUuid>
+#include <QtTest>
+
+class TestChatDialog : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+    void createChatSelectsAnOpenConversation();
+    void closingTheLastConversationClosesTheWindow();
+    void openAllUnreadMessage();
+    void messagesReachOnlyOpenConversations();
+    void badgesStayStillForTheCurrentConversation();
+    void maxButtonTooltips();
+
+private:
+    void receive(const QString &peer, const QString &text);
+    static KvChatDialog *dialog();
+    static QListWidget *list() { return dialog()->findChild<QListWidget *>("listWidget"); }
+    static QStringList keys();
+    static QWidget *tab(const QString &key);
+    static KvChatWidget *page(const QString &key);
+    static int rows(KvChatWidget *page) { return page->findChildren<KvChatItemWidget *>().size(); }
+    static int unread(const QString &key)
+    {
+        return KvUserCommManager::instance()->userUnreadMessageManager()->userUnreadMessageCount(key);
+    }
+
+    QTemporaryDir m_dir;
+    QString m_me;
+};
+
+void TestChatDialog::initTestCase()
+{
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, m_dir.filePath("settings"));
+    KvUserManager::openSettings()->setValue("userWorkPath", m_dir.filePath("work"));
+    QVERIFY(ReferenceServer::useFixture());
+    m_me = ReferenceServer::createAccount("dialog", "kv123456").value("username").toString();
+    KvUserCommManager::instance();
+    QVERIFY(KvUserManager::instance()->requestLoginByPassword(m_me, "kv123456"));
+}
+
+void TestChatDialog::cleanup()
+{
+    KvChatDialog::clostChat();
+    QTRY_VERIFY(!dialog());
+    KvUserCommManager::instance()->userUnreadMessageManager()->clearAllUserUnreadMessage();
+}
+
+// An incoming text of `peer`, stored and announced.
+void TestChatDialog::receive(const QString &peer, const QString &text)
+{
+    KvFriendMessageData message;
+    message.messageLocalId = QUuid::createUuid().toString(QUuid::Id128);
+    message.fromUserId = peer;
+    message.toUserId = m_me;
+    message.type = "BBC";
+    message.content = QJsonDocument(QJsonObject{{"content", text}}).toJson(QJsonDocument::Compact);
+    message.time = QDateTime::currentMSecsSinceEpoch();
+    KvFriendMessageManager *store = KvUserCommManager::instance()->friendMessageManager();
+    QSignalSpy announced(store, &KvFriendMessageManager::signalNewMessage);
+    store->addMessage(message);
+    QTRY_COMPARE(announced.count(), 1);
+}
+
+KvChatDialog *TestChatDialog::dialog()
+{
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (auto *found = qobject_cast<KvChatDialog *>(widget))
+            return found;
+    }
+    return nullptr;
+}
+
+QStringList TestChatDialog::keys()
+{
+    QStringList result;
+    for (int i = 0; i < list()->count(); ++i)
+        result << list()->item(i)->data(Qt::UserRole + 2).toString();
+    return result;
+}
+
+QWidget *TestChatDialog::tab(const QString &key)
+{
+    return list()->itemWidget(list()->item(keys().indexOf(key)));
+}
+
+KvChatWidget *TestChatDialog::page(const QString &key)
+{
+    return reinterpret_cast<KvChatWidget *>(
+        quintptr(list()->item(keys().indexOf(key))->data(Qt::UserRole + 1).toLongLong()));
+}
+
+void TestChatDialog::createChatSelectsAnOpenConversation()
+{
+    receive("peerA", "one");
+    receive("peerA", "two");
+    receive("peerB", "three");
+    KvChatDialog::createChat("peerA", nullptr, false);
+    KvChatDialog::createChat("peerB", nullptr, false);
+    QVERIFY(dialog()->isVisible());
+    QCOMPARE(keys(), (QStringList{"peerB", "peerA"}));
+    QCOMPARE(KvChatDialog::currentChatUser(), "peerB");
+    QCOMPARE(rows(page("peerA")), 2);
+
+    receive("peerA", "while away");
+    QCOMPARE(unread("peerA"), 1);
+    QCOMPARE(tab("peerA")->findChild<QLabel *>("msgCntLabel")->text(), "1");
+
+    KvChatDialog::createChat("peerA", nullptr, true);
+    QCOMPARE(keys(), (QStringList{"peerB", "peerA"}));
+    QCOMPARE(dialog()->findChild<QStackedWidget *>("stackedWidget")->count(), 2);
+    QCOMPARE(KvChatDialog::currentChatUser(), "peerA");
+    QCOMPARE(unread("peerA"), 0);
+    QVERIFY(!tab("peerA")->findChild<QLabel *>("msgCntLabel")->isVisible());
+    QCOMPARE(rows(page("peerA")), 3);
+}
+
+void TestChatDialog::closingTheLastConversationClosesTheWindow()
+{
+    KvChatDialog::createChat("peerA", nullptr, false);
+    KvChatDialog::createChat("peerB", nullptr, false);
+    QPointer<KvChatDialog> window = dialog();
+    QTest::mouseClick(page("peerB")->findChild<QPushButton *>("pushButtonClose"), Qt::LeftButton);
+    QCOMPARE(keys(), QStringList{"peerA"});
+    QCOMPARE(KvChatDialog::currentChatUser(), "peerA");
+    QTest::mouseClick(page("peerA")->findChild<QPushButton *>("pushButtonClose"), Qt::LeftButton);
+    QVERIFY(!window->isVisible());
+    QCOMPARE(KvChatDialog::currentChatUser(), QString());
+    QTRY_VERIFY(!window);
+}
+
+void TestChatDialog::openAllUnreadMessage()
+{
+    QWidget host;
+    KvUserCommWidget panel(&host);
+    panel.openAllUnreadMessage();
+    QVERIFY(!dialog());
+
+    receive("unreadC", "c");
+    receive("unreadA", "a");
+    receive("unreadB", "b");
+    receive("unreadB", "b again");
+    panel.openAllUnreadMessage();
+    QVERIFY(dialog());
+    QCOMPARE(keys(), (QStringList{"unreadC", "unreadB", "unreadA"}));
+    QCOMPARE(KvChatDialog::currentChatUser(), "unreadC");
+    QCOMPARE(unread("unreadC"), 0);
+    QCOMPARE(unread("unreadA"), 1);
+    QCOMPARE(unread("unreadB"), 2);
+    QCOMPARE(tab("unreadB")->findChild<QLabel *>("msgCntLabel")->text(), "2");
+}
+
+void TestChatDialog::messagesReachOnlyOpenConversations()
+{
+    KvChatDialog::createChat("peerA", nullptr, false);
+    KvChatDialog::createChat("peerB", nullptr, false);
+    KvChatWidget *removed = page("peerB");
+    const int before = rows(removed);
+    QTest::mouseClick(removed->findChild<QPushButton *>("pushButtonClose"), Qt::LeftButton);
+    const int open = rows(page("peerA"));
+
+    receive("peerB", "nobody is looking");
+    receive("peerA", "seen");
+    QCOMPARE(rows(removed), before);
+    QCOMPARE(rows(page("peerA")), open + 1);
+    QCOMPARE(tab("peerA")->findChild<QLabel *>("labelMessage")->text(), "seen");
+}
+
+void TestChatDialog::badgesStayStillForTheCurrentConversation()
+{
+    KvFriendMessageWidget conversations;
+    conversations.show();
+    KvChatDialog::createChat("peerB", nullptr, false);
+    KvChatDialog::createChat("peerA", nullptr, false);
+    receive("peerA", "read at once");
+    receive("peerB", "waits");
+
+    const auto badge = [&](const QString &key) {
+        for (int i = 0; i < conversations.count(); ++i) {
+            if (conversations.item(i)->data(Qt::UserRole + 2).toString() == key)
+                return conversations.itemWidget(conversations.item(i))->findChild<QLabel *>("msgCntLabel");
+        }
+        return static_cast<QLabel *>(nullptr);
+    };
+    QVERIFY(!badge("peerA")->isVisible());
+    QVERIFY(!tab("peerA")->findChild<QLabel *>("msgCntLabel")->isVisible());
+    QCOMPARE(badge("peerB")->text(), "1");
+    QCOMPARE(tab("peerB")->findChild<QLabel *>("msgCntLabel")->text(), "1");
+}
+
+void TestChatDialog::maxButtonTooltips()
+{
+    KvChatDialog::createChat("peerA", nullptr, false);
+    auto *maxButton = dialog()->findChild<QPushButton *>("maxButton");
+    QCOMPARE(maxButton->toolTip(), "关闭");
+    QCOMPARE(dialog()->findChild<QPushButton *>("closeButton")->toolTip(), QString());
+    QVERIFY(!dialog()->findChild<QPushButton *>("minButton")->isVisible());
+    QTest::mouseClick(maxButton, Qt::LeftButton);
+    QVERIFY(dialog()->isMaximized());
+    QCOMPARE(maxButton->toolTip(), "最大化");
+    QTest::mouseClick(maxButton, Qt::LeftButton);
+    QVERIFY(!dialog()->isMaximized());
+    QCOMPARE(maxButton->toolTip(), "恢复");
+}
+
+QTEST_MAIN(TestChatDialog)
+#include "tst_chatdialog.moc"
