@@ -1,7 +1,9 @@
 // kvmess-desktop: the application's stand-in that a person starts, with the
 // messaging panel docked beside a map area.
 #include "account/usermanager.h"
+#include "chat/chatdialog.h"
 #include "desktopwindow.h"
+#include "panel/usercommwidget.h"
 #include "platform/theme.h"
 
 #include <QApplication>
@@ -89,9 +91,12 @@ int main(int argc, char **argv)
     const QCommandLineOption page(QStringLiteral("page"),
                                   QStringLiteral("Open the panel on <page>: notice, message, friend or team."),
                                   QStringLiteral("page"));
+    const QCommandLineOption chat(QStringLiteral("chat"),
+                                  QStringLiteral("Open the conversation with <user> at start."),
+                                  QStringLiteral("user"));
     const QCommandLineOption verbose(QStringLiteral("verbose"),
                                      QStringLiteral("Let the module's log lines through."));
-    parser.addOptions({profile, user, password, dark, screenshot, page, verbose});
+    parser.addOptions({profile, user, password, dark, screenshot, page, chat, verbose});
     parser.process(app);
     if (parser.isSet(user) != parser.isSet(password)) {
         std::fprintf(stderr, "kvmess-desktop: --user and --password go together\n");
@@ -113,8 +118,18 @@ int main(int argc, char **argv)
             return;
         QTimer::singleShot(2500, &window, [&] {
             const QString file = parser.value(screenshot);
-            const bool saved = window.grab().save(file, "PNG");
+            bool saved = window.grab().save(file, "PNG");
             std::printf("%s\n", qPrintable(saved ? file : QStringLiteral("cannot write ") + file));
+            // An open chat window goes beside it, as <name>-chat.png.
+            for (QWidget *top : QApplication::topLevelWidgets()) {
+                if (!qobject_cast<KvChatDialog *>(top) || !top->isVisible())
+                    continue;
+                QString chatFile = file;
+                chatFile.insert(chatFile.endsWith(QLatin1String(".png")) ? chatFile.size() - 4 : chatFile.size(),
+                                QStringLiteral("-chat"));
+                saved = top->grab().save(chatFile, "PNG") && saved;
+                std::printf("%s\n", qPrintable(chatFile));
+            }
             QCoreApplication::exit(saved ? 0 : 1);
         });
     };
@@ -132,6 +147,8 @@ int main(int argc, char **argv)
                 std::fprintf(stderr, "kvmess-desktop: sign-in as %s refused\n", qPrintable(name));
             window.slotUpdateTitle();
         }
+        if (parser.isSet(chat))
+            KvChatDialog::createChat(parser.value(chat), KvUserCommWidget::mainWidow(), false);
         if (parser.isSet(page) && !window.showPage(parser.value(page)))
             std::fprintf(stderr, "kvmess-desktop: no page %s\n", qPrintable(parser.value(page)));
         scheduleScreenshot();
