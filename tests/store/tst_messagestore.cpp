@@ -74,6 +74,8 @@ private Q_SLOTS:
     void groupMessageOncePerAddressee();
     void friendRequestGoesToTheSystemConversation();
     void receivedFiles();
+    void userDataIsPrivate_data();
+    void userDataIsPrivate();
     void reads();
     void catchUpStoresEachMessageOnce();
     void popUpNotice();
@@ -300,6 +302,34 @@ void TestMessageStore::receivedFiles()
     QCOMPARE(updates.last().at(0).value<KvFriendMessageData>().status, 10);
     QVERIFY(!QFile::exists(folder + "/missing.txt"));
     QCOMPARE(rows(table).last().value("Status").toInt(), 10);
+}
+
+void TestMessageStore::userDataIsPrivate_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<int>("mode");
+    const QString folder = QFileInfo(m_dbFile).absolutePath();
+    QTest::newRow("work folder made by the module") << m_dir.filePath("work/not/yet") << 0700;
+    QTest::newRow("UserInfo") << QFileInfo(folder).absolutePath() << 0700;
+    QTest::newRow("user folder") << folder << 0700;
+    QTest::newRow("database") << m_dbFile << 0600;
+    QTest::newRow("write-ahead log") << m_dbFile + "-wal" << 0600;
+    QTest::newRow("shared memory") << m_dbFile + "-shm" << 0600;
+    QTest::newRow("received file") << folder + "/report.pdf" << 0600;
+    QTest::newRow("persisted login") << KvUserManager::openSettings()->fileName() << 0600;
+}
+
+void TestMessageStore::userDataIsPrivate()
+{
+#ifdef Q_OS_WIN
+    QSKIP("the profile's own access rules apply");
+#endif
+    QFETCH(QString, path);
+    QFETCH(int, mode);
+    QVERIFY2(QFileInfo::exists(path), qPrintable(path));
+    const int p = int(QFileInfo(path).permissions());
+    const int actual = ((p >> 12) & 7) << 6 | ((p >> 4) & 7) << 3 | (p & 7);
+    QCOMPARE(QString::number(actual, 8), QString::number(mode, 8));
 }
 
 void TestMessageStore::reads()
