@@ -3,6 +3,7 @@
 #include "account/usermanager.h"
 #include "consoleformat.h"
 #include "messaging/msgcontentuserinfo.h"
+#include "messaging/reconnecthelper.h"
 #include "messaging/wscommunicationmanager.h"
 #include "platform/browserdialog.h"
 #include "platform/mc.h"
@@ -127,6 +128,9 @@ void KvConsoleHost::start()
     m_friends = store->friendManager();
     m_groups = store->enterpriseManager();
     connectModule();
+    // The server may close the link cleanly (a restart, a text it refused):
+    // the module leaves such a link down, a host brings it back.
+    m_reconnect = new KvReconnectHelper(this);
 
     KvUserManager *users = KvUserManager::instance();
     users->init();
@@ -402,7 +406,7 @@ KvConsoleHost::Outcome KvConsoleHost::login(const KvConsoleCommand &command)
     // closes the old user's file and opens the new one's.
     const QString account = command.args.at(0);
     if (users->isLogin() && account != users->loginUserName() && account != users->loginUserPhone())
-        users->logOut();
+        logOutOnPurpose();
     const int connectsBefore = m_connects;
 
     bool ok = false;
@@ -448,8 +452,15 @@ KvConsoleHost::Outcome KvConsoleHost::requestCode(const QString &phone)
 
 KvConsoleHost::Outcome KvConsoleHost::logout()
 {
-    KvUserManager::instance()->logOut();
+    logOutOnPurpose();
     return whoami();
+}
+
+void KvConsoleHost::logOutOnPurpose()
+{
+    m_reconnect->setSuspended(true);
+    KvUserManager::instance()->logOut();
+    m_reconnect->setSuspended(false);
 }
 
 KvConsoleHost::Outcome KvConsoleHost::autoLogin(const QString &value)

@@ -13,6 +13,7 @@
 class KvFriendManager;
 class KvFriendMessageManager;
 class KvGroupManager;
+class KvReconnectHelper;
 class KvUnreadMessageManager;
 
 // A host of the messaging module without windows.
@@ -114,6 +115,8 @@ private:
     QList<KvFriendMessageData> friendRequestRows();
     QString me() const;
     QJsonObject session() const;
+    // Ends the session on purpose, without the link being brought back for it.
+    void logOutOnPurpose();
 
     void printEvent(const QString &name, QJsonObject object);
     void writeLine(const QJsonObject &object);
@@ -122,6 +125,7 @@ private:
     KvFriendMessageManager *m_messages = nullptr;
     KvGroupManager *m_groups = nullptr;
     KvUnreadMessageManager *m_unread = nullptr;
+    KvReconnectHelper *m_reconnect = nullptr;
     QList<QStringList> m_queue;
     bool m_stopAtFailure = false;
     bool m_inputOpen = false;

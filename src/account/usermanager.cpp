@@ -10,6 +10,7 @@
 #include "platform/offlineauthorizemanager.h"
 #include "platform/selfservermanager.h"
 #include "platform/synchronetworkaccessmanger.h"
+#include "privatefiles_p.h"
 
 #include <QBuffer>
 #include <QHttpMultiPart>
@@ -192,6 +193,8 @@ void KvUserManager::readFromRegedit()
 void KvUserManager::writeToRegedit(bool isVisitor)
 {
     const std::unique_ptr<QSettings> settings = openSettings();
+    // The token signs in without a password: its file is the user's alone.
+    KvPrivateFiles::createFile(settings->fileName());
     if (!isVisitor)
         settings->setValue(keyToken, KvEncrypter::encrypt(loginUser.token.toLatin1(), false));
     settings->setValue(keyAutoLogin, autoLogin);

@@ -17,7 +17,8 @@ class KVMESS_EXPORT KvWSCommunicationTestHook
 {
 public:
     // Every interval armed after the call (heartbeat, reconnect, reply
-    // time-out) is multiplied by scale; 1 is real time.
+    // time-out, and the delays of KvReconnectHelper) is multiplied by scale;
+    // 1 is real time.
     static void setTimeScale(double scale);
     // The date source of the heartbeat's date test; empty: the system date.
     static void setClock(const std::function<QDate()> &today);

@@ -85,37 +85,24 @@ bool KvFriendMessageManagerSync::fromWSMessage(KvFriendMessageData &record, cons
 
 void KvFriendMessageManagerSync::slotOnChatMsgReceived(QList<KvWSMessagePtr> messages)
 {
-    // A catch-up brings up to 100 messages in one text: they are written in
-    // one transaction instead of one each. Should the commit fail, the
-    // catch-up mark goes back with the rows and the next connect fetches them again.
-    // IMMEDIATE takes the write lock up front, waiting out other writers: a
-    // deferred transaction that has read first cannot wait for it later.
-    m_inBatch = messages.size() > 1 && dataAdapter
-        && !dataAdapter->sqlQuery(QStringLiteral("BEGIN IMMEDIATE")).lastError().isValid();
+    // Each row commits by itself: the server has had "RRR" for the whole text
+    // already, so whatever was written before a crash must stay written.
     for (const KvWSMessagePtr &message : qAsConst(messages))
         slotOnNoticeMsgReceived(message);
-    if (!m_inBatch)
-        return;
-    m_inBatch = false;
-    const QSqlError error = dataAdapter->sqlQuery(QStringLiteral("COMMIT")).lastError();
-    if (error.isValid()) {
-        lastError = error.text();
-        qCWarning(kvStore) << "cannot commit received messages:" << lastError;
-        dataAdapter->sqlQuery(QStringLiteral("ROLLBACK"));
-        m_announcements.clear();
-        return;
-    }
-    // Announced once committed, so that readers on other connections find the rows.
-    for (const auto &emission : std::exchange(m_announcements, {}))
-        emission();
 }
 
-void KvFriendMessageManagerSync::announce(std::function<void()> emission)
+QSqlQuery KvFriendMessageManagerSync::prepared(const QString &statement)
 {
-    if (m_inBatch)
-        m_announcements.append(std::move(emission));
-    else
-        emission();
+    // A catch-up writes thousands of rows through the same few statements:
+    // each is prepared once for the connection and bound again per row. A
+    // copy shares the prepared statement.
+    const auto found = m_prepared.constFind(statement);
+    if (found != m_prepared.cend())
+        return *found;
+    QSqlQuery query = dataAdapter->sqlQuery(statement);
+    if (!query.lastError().isValid())
+        m_prepared.insert(statement, query);
+    return query;
 }
 
 void KvFriendMessageManagerSync::slotOnNoticeMsgReceived(KvWSMessagePtr msg)
@@ -218,7 +205,7 @@ void KvFriendMessageManagerSync::slotOnRemovedFriendMsgReceived(KvWSMessagePtr)
 
 bool KvFriendMessageManagerSync::insertMessage(const QString &table, const KvFriendMessageData &record, bool emitNew)
 {
-    QSqlQuery query = dataAdapter->sqlQuery(insert.arg(table));
+    QSqlQuery query = prepared(insert.arg(table));
     query.bindValue(0, record.messageServerId);
     query.bindValue(1, record.messageLocalId);
     query.bindValue(2, record.fromUserId);
@@ -231,14 +218,14 @@ bool KvFriendMessageManagerSync::insertMessage(const QString &table, const KvFri
     if (!exec(query))
         return false;
     if (emitNew)
-        announce([this, record] { emit signalNewMessage(record); });
+        emit signalNewMessage(record);
     writeLastMessageId(record.messageServerId);
     return true;
 }
 
 bool KvFriendMessageManagerSync::updateMessage(const QString &table, const KvFriendMessageData &record)
 {
-    QSqlQuery query = dataAdapter->sqlQuery(replace.arg(table));
+    QSqlQuery query = prepared(replace.arg(table));
     query.bindValue(0, record.messageServerId);
     query.bindValue(1, QString::fromUtf8(record.content));
     query.bindValue(2, record.time);
@@ -250,7 +237,7 @@ bool KvFriendMessageManagerSync::updateMessage(const QString &table, const KvFri
         return false;
     }
     saveFileInfo(record.fileInfo);
-    announce([this, record] { emit singnalSendFinished(record.toUserId, record.messageLocalId); });
+    emit singnalSendFinished(record.toUserId, record.messageLocalId);
     return true;
 }
 
@@ -293,7 +280,7 @@ bool KvFriendMessageManagerSync::saveFileInfo(const KvFriendMessageFile &fileInf
         return false;
     if (!dataAdapter->hasTable(fileTableName) && !createFileTable())
         return false;
-    QSqlQuery query = dataAdapter->sqlQuery(fileWrite.arg(fileTableName));
+    QSqlQuery query = prepared(fileWrite.arg(fileTableName));
     const QVariantList values{fileInfo.messageLocalId, fileInfo.fileName, fileInfo.filePath, fileInfo.fileMD5,
                               fileInfo.fileSize, fileInfo.downloadSrc};
     for (int i = 0; i < values.size(); ++i)
@@ -310,13 +297,13 @@ bool KvFriendMessageManagerSync::createMessageTable(const QString &name)
         lastError = query.lastError().text();
         return false;
     }
-    announce([this, name] { emit signalCreateMessageTable(name); });
+    emit signalCreateMessageTable(name);
     return true;
 }
 
 void KvFriendMessageManagerSync::writeLastMessageId(const QString &id)
 {
-    QSqlQuery query = dataAdapter->sqlQuery(markWrite.arg(mateTableName));
+    QSqlQuery query = prepared(markWrite.arg(mateTableName));
     query.bindValue(0, lastMessageIdKey);
     query.bindValue(1, id);
     query.bindValue(2, id);
@@ -336,6 +323,8 @@ void KvFriendMessageManagerSync::requestCatchUp()
 
 void KvFriendMessageManagerSync::slotDatebasebChanged(QString dbName)
 {
+    // Statements belong to the connection that is about to close.
+    m_prepared.clear();
     KvCommManagerInterface::slotDatebasebChanged(dbName);
     if (!dataAdapter)
         return;

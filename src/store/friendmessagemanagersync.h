@@ -4,9 +4,8 @@
 #include "store/commmanagerinterface.h"
 #include "store/friendmessagedata.h"
 
+#include <QHash>
 #include <QSqlQuery>
-
-#include <functional>
 
 // The worker of the message store: stores every incoming message and every
 // record of the send pipeline, keeps the catch-up mark and starts the
@@ -51,9 +50,8 @@ private:
     bool updateMessage(const QString &table, const KvFriendMessageData &record);
     void writeLastMessageId(const QString &id);
     bool exec(QSqlQuery &query);
-    // Emits now, or after the batch's commit while one is being written.
-    void announce(std::function<void()> emission);
+    // The statement prepared on the current connection, by its text.
+    QSqlQuery prepared(const QString &statement);
 
-    bool m_inBatch = false;
-    QList<std::function<void()>> m_announcements;
+    QHash<QString, QSqlQuery> m_prepared;
 };

@@ -44,8 +44,10 @@ void KvUnreadMessageManager::setUserUnreadMessageCount(const QString &userName, 
     const auto current = unreadCounts.constFind(userName);
     if (current != unreadCounts.cend() && current.value() == count)
         return;
-    if (!KvStatementResult::runWith(dataAdapter, lastError, Sql::upsertRow.arg(Sql::tableName),
-                                    {userName, count, count}))
+    upsert.bindValue(0, userName);
+    upsert.bindValue(1, count);
+    upsert.bindValue(2, count);
+    if (!KvStatementResult::run(upsert, lastError))
         return;
     unreadCounts.insert(userName, count);
     emit signalUnreadMessageChanged();
@@ -105,6 +107,8 @@ void KvUnreadMessageManager::slotNewMessage(KvFriendMessageData messageData)
 
 void KvUnreadMessageManager::slotDatebasebChanged(QString dbName)
 {
+    // The statement belongs to the connection that is about to close.
+    upsert = QSqlQuery();
     KvCommManagerInterface::slotDatebasebChanged(dbName);
     init();
 }
@@ -115,6 +119,8 @@ void KvUnreadMessageManager::init()
         return;
     if (!dataAdapter->hasTable(Sql::tableName) && !createUnreadMessageTable())
         return;
+    // Every new message writes a count: prepared once for the connection.
+    upsert = dataAdapter->sqlQuery(Sql::upsertRow.arg(Sql::tableName));
     loadUnreadMessageCounts();
 }
 

@@ -5,6 +5,7 @@
 #include "store/friendmessagedata.h"
 
 #include <QMap>
+#include <QSqlQuery>
 #include <QString>
 
 // Unread messages per conversation, in memory and in UnreadMessageTable, kept
@@ -55,4 +56,5 @@ private:
     void loadUnreadMessageCounts();
 
     QMap<QString, int> unreadCounts;
+    QSqlQuery upsert;
 };

@@ -6,6 +6,7 @@
 #include "platform/dataadapter.h"
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
+#include "privatefiles_p.h"
 #include "store/friendmanager.h"
 #include "store/friendmessagemanager.h"
 #include "store/groupmanager.h"
@@ -34,6 +35,7 @@ QString resolveUserWorkPath()
         QDir home = QDir::home();
         if (!home.cd(QStringLiteral(".KavoraPro"))) {
             home.mkdir(QStringLiteral(".KavoraPro"));
+            KvPrivateFiles::restrictFolder(home.filePath(QStringLiteral(".KavoraPro")));
             home.cd(QStringLiteral(".KavoraPro"));
         }
         path = home.absolutePath();
@@ -90,18 +92,26 @@ KvDataAdapter *KvUserCommManager::initDb(quint64 id)
     const QString userName = users->getUserLoginInfo().username;
 
     QDir dir(userWorkPath());
-    if (!dir.exists())
+    if (!dir.exists()) {
         dir.mkpath(dir.absolutePath());
+        KvPrivateFiles::restrictFolder(dir.absolutePath());
+    }
     const QString relative = QStringLiteral("UserInfo/%1").arg(userName);
     for (const QString &component : relative.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
         if (!dir.cd(component)) {
             dir.mkdir(component);
+            KvPrivateFiles::restrictFolder(dir.filePath(component));
             dir.cd(component);
         }
     }
+    // Also a user folder made before its mode was narrowed.
+    KvPrivateFiles::restrictFolder(dir.absolutePath());
     const QString file = dir.filePath(QStringLiteral("%1.db").arg(userName));
     const QString connection = QStringLiteral("friend_connect_%1_%2").arg(userName).arg(id);
 
+    // SQLite makes the -wal and -shm files with the mode of the database
+    // file, so that one is private before SQLite first opens it.
+    KvPrivateFiles::createFile(file);
     KvDataAdapter *adapter = KvDataBaseFactory::createSqliteAdapter(connection, file);
     adapter->open();
     if (!adapter->isOpen()) {
@@ -109,6 +119,8 @@ KvDataAdapter *KvUserCommManager::initDb(quint64 id)
         delete adapter;
         return nullptr;
     }
+    KvPrivateFiles::restrictFile(file + QStringLiteral("-wal"));
+    KvPrivateFiles::restrictFile(file + QStringLiteral("-shm"));
     return adapter;
 }
 

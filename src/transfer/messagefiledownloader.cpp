@@ -1,6 +1,7 @@
 #include "messagefiledownloader.h"
 
 #include "kvmesslogging_p.h"
+#include "privatefiles_p.h"
 
 #include <QNetworkAccessManager>
 
@@ -22,7 +23,9 @@ void KvMessageFileDownloader::download(const QUrl &url, const QString &filePath)
     if (!file.open(QIODevice::WriteOnly)) {
         qCWarning(kvTransfer).noquote() << QStringLiteral("无法打开文件进行写入：") << filePath;
         reply->abort();
+        return;
     }
+    KvPrivateFiles::restrictFile(filePath);
 }
 
 void KvMessageFileDownloader::onProgress(qlonglong, qlonglong)

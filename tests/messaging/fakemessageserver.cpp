@@ -45,6 +45,11 @@ bool FakeMessageServer::listen()
     return true;
 }
 
+bool FakeMessageServer::isListening() const
+{
+    return m_server->isListening();
+}
+
 void FakeMessageServer::stopListening()
 {
     m_server->close();
@@ -66,6 +71,12 @@ void FakeMessageServer::dropClient()
 {
     if (!m_clients.isEmpty() && m_clients.last())
         m_clients.last()->abort();
+}
+
+void FakeMessageServer::closeClient(QWebSocketProtocol::CloseCode code)
+{
+    if (!m_clients.isEmpty() && m_clients.last())
+        m_clients.last()->close(code);
 }
 
 bool FakeMessageServer::waitForConnections(int count, int timeoutMs) const

@@ -27,12 +27,15 @@ public:
     // Stops listening without dropping live clients; listen() takes the same port again.
     void stopListening();
     bool listen();
+    bool isListening() const;
 
     // Sends a text to the newest client.
     void send(const QString &text);
     void send(const QJsonValue &frame);
     // Closes the newest client's TCP link without a closing handshake.
     void dropClient();
+    // Closes the newest client's link with a close frame.
+    void closeClient(QWebSocketProtocol::CloseCode code);
 
     bool waitForConnections(int count, int timeoutMs = 5000) const;
     bool waitForTexts(int count, int timeoutMs = 5000) const;

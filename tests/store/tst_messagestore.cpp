@@ -74,10 +74,12 @@ private Q_SLOTS:
     void groupMessageOncePerAddressee();
     void friendRequestGoesToTheSystemConversation();
     void receivedFiles();
+    void userDataIsPrivate_data();
+    void userDataIsPrivate();
     void reads();
     void catchUpStoresEachMessageOnce();
     void popUpNotice();
-    void batchWaitsForAnotherWriter();
+    void concurrentWriterLosesNoRow();
     void logoutClosesAndSwitchReopens();
 
 private:
@@ -288,18 +290,51 @@ void TestMessageStore::receivedFiles()
     QCOMPARE(update.status, 9);
     QCOMPARE(update.fileInfo.filePath, folder + "/report.pdf");
 
-    push("BBA", file, m_friend, {m_me});
-    QTRY_COMPARE(updates.count(), 2);
-    QVERIFY(QFile::exists(folder + "/report(1).pdf"));
+    int finished = 1;
+    for (const QString &copy : {QStringLiteral("report(1).pdf"), QStringLiteral("report(2).pdf")}) {
+        push("BBA", file, m_friend, {m_me});
+        ++finished;
+        QTRY_COMPARE(updates.count(), finished);
+        QCOMPARE(updates.last().at(0).value<KvFriendMessageData>().fileInfo.filePath, folder + "/" + copy);
+        QVERIFY(QFile::exists(folder + "/" + copy));
+    }
 
     files.setResponse(404, "");
     const QJsonObject missing{{"id", "f2"}, {"title", "missing.txt"}, {"src", files.baseUrl() + "f2"},
                               {"md5", "y"}, {"size", 1}};
     push("BBA", missing, m_friend, {m_me});
-    QTRY_COMPARE(updates.count(), 3);
+    QTRY_COMPARE(updates.count(), 4);
     QCOMPARE(updates.last().at(0).value<KvFriendMessageData>().status, 10);
     QVERIFY(!QFile::exists(folder + "/missing.txt"));
     QCOMPARE(rows(table).last().value("Status").toInt(), 10);
+}
+
+void TestMessageStore::userDataIsPrivate_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<int>("mode");
+    const QString folder = QFileInfo(m_dbFile).absolutePath();
+    QTest::newRow("work folder made by the module") << m_dir.filePath("work/not/yet") << 0700;
+    QTest::newRow("UserInfo") << QFileInfo(folder).absolutePath() << 0700;
+    QTest::newRow("user folder") << folder << 0700;
+    QTest::newRow("database") << m_dbFile << 0600;
+    QTest::newRow("write-ahead log") << m_dbFile + "-wal" << 0600;
+    QTest::newRow("shared memory") << m_dbFile + "-shm" << 0600;
+    QTest::newRow("received file") << folder + "/report.pdf" << 0600;
+    QTest::newRow("persisted login") << KvUserManager::openSettings()->fileName() << 0600;
+}
+
+void TestMessageStore::userDataIsPrivate()
+{
+#ifdef Q_OS_WIN
+    QSKIP("the profile's own access rules apply");
+#endif
+    QFETCH(QString, path);
+    QFETCH(int, mode);
+    QVERIFY2(QFileInfo::exists(path), qPrintable(path));
+    const int p = int(QFileInfo(path).permissions());
+    const int actual = ((p >> 12) & 7) << 6 | ((p >> 4) & 7) << 3 | (p & 7);
+    QCOMPARE(QString::number(actual, 8), QString::number(mode, 8));
 }
 
 void TestMessageStore::reads()
@@ -365,12 +400,13 @@ void TestMessageStore::popUpNotice()
     QCOMPARE(seenTitle, QStringLiteral("优惠"));
 }
 
-void TestMessageStore::batchWaitsForAnotherWriter()
+void TestMessageStore::concurrentWriterLosesNoRow()
 {
     // Another connection holds the write lock, and writes, while a text of
-    // five frames arrives: the batch waits for it and is stored whole.
+    // five frames arrives: each row waits for it and none is lost or doubled.
     const QString table = "FriendMessageTable_" + m_friend;
     const int before = rows(table).size();
+    QSignalSpy fresh(m_messages, &KvFriendMessageManager::signalNewMessage);
     {
         QSqlDatabase locker = QSqlDatabase::addDatabase("QSQLITE", "locker");
         locker.setDatabaseName(m_dbFile);
@@ -396,6 +432,8 @@ void TestMessageStore::batchWaitsForAnotherWriter()
     }
     QSqlDatabase::removeDatabase("locker");
     QTRY_COMPARE(rows(table).size(), before + 5);
+    QTRY_COMPARE(fresh.count(), 5);
+    QCOMPARE(mark(), QStringLiteral("8000004"));
 }
 
 void TestMessageStore::logoutClosesAndSwitchReopens()

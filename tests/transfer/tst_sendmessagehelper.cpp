@@ -96,6 +96,7 @@ class KvSendMessageHelperTest : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
+    void cleanup();
     void decodeUploadResp_data();
     void decodeUploadResp();
     void blocks_data();
@@ -135,6 +136,15 @@ void KvSendMessageHelperTest::initTestCase()
     m_messages = KvUserCommManager::instance()->friendMessageManager();
     QVERIFY(KvUserManager::instance()->requestLoginByPassword(m_me, password));
     QTRY_VERIFY(KvWSCommunicationManager::getDefault()->isConnected());
+}
+
+void KvSendMessageHelperTest::cleanup()
+{
+    // The shared server's switches and the link's clock go back also when a
+    // check failed while they were set.
+    ReferenceServer::adminPost("hold_sss", {{"on", false}});
+    ReferenceServer::adminPost("fail_block", {{"index", QJsonValue()}});
+    KvWSCommunicationTestHook::setTimeScale(1);
 }
 
 QString KvSendMessageHelperTest::makeFile(qint64 size, const QString &name)
@@ -403,7 +413,6 @@ void KvSendMessageHelperTest::textWithoutLinkFails()
     QCOMPARE(added(before).first().status, 7);
     QVERIFY(added(before).first().content.contains("lost"));
     QTRY_VERIFY_WITH_TIMEOUT(KvWSCommunicationManager::getDefault()->isConnected(), 15000);
-    KvWSCommunicationTestHook::setTimeScale(1);
 }
 
 void KvSendMessageHelperTest::failedUploads()

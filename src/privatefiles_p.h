@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+// One user's messages, received files and persisted login are kept from the
+// machine's other accounts: folders rwx for the owner only, files rw. Where
+// nothing lies is changed. On Windows these do nothing: the profile's own
+// access rules apply there.
+class KvPrivateFiles
+{
+public:
+    static void restrictFolder(const QString &path);
+    // An existing file; a missing one is left missing.
+    static void restrictFile(const QString &path);
+    // Makes the file empty and private before anyone writes to it, or
+    // restricts the one that exists. Its folder is made if needed.
+    static void createFile(const QString &path);
+};
