@@ -2,6 +2,7 @@
 
 #include "account/usermanager.h"
 #include "mapcanvas.h"
+#include "messaging/reconnecthelper.h"
 #include "messaging/wscommunicationmanager.h"
 #include "panel/selfinfoeditdialog.h"
 #include "panel/usercommwidget.h"
@@ -54,6 +55,10 @@ KvDesktopWindow::KvDesktopWindow(QWidget *parent)
     KvWSCommunicationManager *link = KvWSCommunicationManager::getDefault();
     connect(link, &KvWSCommunicationManager::onConnected, this, &KvDesktopWindow::slotUpdateTitle);
     connect(link, &KvWSCommunicationManager::onDisconnected, this, &KvDesktopWindow::slotUpdateTitle);
+
+    // The module waits for a socket error before it reconnects; after a clean
+    // close by the server (a restart, a deployment) the host brings it back.
+    m_reconnect = new KvReconnectHelper(this);
 
     connect(store, &KvUserCommManager::signalLaodFile, this, &KvDesktopWindow::slotLoadFile);
     Mc::eventDispatcher()->connectToEventImpl(QStringLiteral("task.file.prepare"), this,
@@ -127,10 +132,17 @@ void KvDesktopWindow::slotUpdateTitle()
 
 void KvDesktopWindow::slotSignIn()
 {
-    KvSignInDialog dialog(this);
+    KvSignInDialog dialog(this, m_reconnect);
     if (dialog.exec() == QDialog::Accepted)
         statusBar()->showMessage(tr("已登录：%1").arg(sessionText()), StatusMs);
     slotUpdateTitle();
+}
+
+void KvDesktopWindow::logOut()
+{
+    m_reconnect->setSuspended(true);
+    KvUserManager::instance()->logOut();
+    m_reconnect->setSuspended(false);
 }
 
 void KvDesktopWindow::slotSignOut()
@@ -138,7 +150,7 @@ void KvDesktopWindow::slotSignOut()
     KvUserManager *users = KvUserManager::instance();
     if (!users->isLogin())
         return;
-    users->logOut();
+    logOut();
     statusBar()->showMessage(tr("已退出登录"), StatusMs);
     slotUpdateTitle();
 }

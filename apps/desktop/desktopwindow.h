@@ -3,6 +3,7 @@
 #include <QMainWindow>
 
 class KvMapCanvas;
+class KvReconnectHelper;
 class KvUserCommWidget;
 class QDockWidget;
 class QLabel;
@@ -24,6 +25,9 @@ public:
     QString sessionText() const;
     // notice, message, friend or team; false for another name.
     bool showPage(const QString &page);
+    // Signs out on purpose: the link is not brought back meanwhile.
+    void logOut();
+    KvReconnectHelper *reconnectHelper() const { return m_reconnect; }
 
 public Q_SLOTS:
     void slotSignIn();
@@ -42,4 +46,5 @@ private:
     QDockWidget *m_dock = nullptr;
     KvUserCommWidget *m_panel = nullptr;
     QLabel *m_linkLabel = nullptr;
+    KvReconnectHelper *m_reconnect = nullptr;
 };

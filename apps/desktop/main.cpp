@@ -142,7 +142,7 @@ int main(int argc, char **argv)
             && !(users->isLogin() && (users->loginUserName() == name || users->loginUserPhone() == name));
         if (switchUser) {
             if (users->isLogin())
-                users->logOut();
+                window.logOut();
             if (!users->requestLoginByPassword(name, parser.value(password)))
                 std::fprintf(stderr, "kvmess-desktop: sign-in as %s refused\n", qPrintable(name));
             window.slotUpdateTitle();

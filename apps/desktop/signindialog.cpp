@@ -1,6 +1,7 @@
 #include "signindialog.h"
 
 #include "account/usermanager.h"
+#include "messaging/reconnecthelper.h"
 
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -11,8 +12,9 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
-KvSignInDialog::KvSignInDialog(QWidget *parent)
+KvSignInDialog::KvSignInDialog(QWidget *parent, KvReconnectHelper *reconnect)
     : KvFramelessDialog(parent, false)
+    , reconnect(reconnect)
 {
     setWindowTitle(tr("登录"));
     auto *content = new QWidget;
@@ -106,8 +108,13 @@ void KvSignInDialog::accept()
     }
     // Another account than the one signed in is a switch: the store closes the
     // old user's file before the new one opens.
-    if (users->isLogin() && account != users->loginUserName() && account != users->loginUserPhone())
+    if (users->isLogin() && account != users->loginUserName() && account != users->loginUserPhone()) {
+        if (reconnect)
+            reconnect->setSuspended(true);
         users->logOut();
+        if (reconnect)
+            reconnect->setSuspended(false);
+    }
     setEnabled(false);
     const bool ok = byPassword ? users->requestLoginByPassword(account, secret)
                                : users->requestLoginByVerifyCode(account, secret);

@@ -2,6 +2,7 @@
 
 #include "platform/framelessdialog.h"
 
+class KvReconnectHelper;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -13,7 +14,8 @@ class KvSignInDialog : public KvFramelessDialog
 {
     Q_OBJECT
 public:
-    explicit KvSignInDialog(QWidget *parent = nullptr);
+    // `reconnect`, when given, stays quiet while a sign-in switches users.
+    explicit KvSignInDialog(QWidget *parent = nullptr, KvReconnectHelper *reconnect = nullptr);
 
     void setAccount(const QString &account, const QString &password);
 
@@ -33,4 +35,5 @@ private:
     QLineEdit *lineEditCode = nullptr;
     QPushButton *pushButtonCode = nullptr;
     QLabel *labelError = nullptr;
+    KvReconnectHelper *reconnect = nullptr;
 };
