@@ -1,4 +1,5 @@
 #include "account/usermanager.h"
+#include "chat/chatdialog.h"
 #include "panel/companywidget.h"
 #include "panel/friendwidget.h"
 #include "panel/selfinfoeditdialog.h"
@@ -6,10 +7,12 @@
 #include "platform/selfservermanager.h"
 #include "referenceserver.h"
 #include "store/friendmanager.h"
+#include "store/groupmanager.h"
 #include "store/friendmessagemanager.h"
 #include "store/usercommmanager.h"
 
 #include <QComboBox>
+#include <QJsonArray>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -30,6 +33,7 @@ private Q_SLOTS:
     void searchHidesHeadersAndIgnoresCase();
     void removalDropsRowAndConversation();
     void noTeamsShowsTheHint();
+    void teamsOpenGroupAndMemberChats();
     void profileSendsOnlyWhatChanged();
     void cleanupTestCase();
 
@@ -147,6 +151,44 @@ void TestContactPages::noTeamsShowsTheHint()
     page.show();
     QVERIFY(page.findChild<QWidget *>("widgetNone")->isVisible());
     QVERIFY(!page.findChild<QWidget *>("scrollArea")->isVisible());
+}
+
+void TestContactPages::teamsOpenGroupAndMemberChats()
+{
+    // A team joined during a session shows from the next sign-in on.
+    const QString team = QStringLiteral("8%1").arg(QDateTime::currentMSecsSinceEpoch() % 100000000);
+    ReferenceServer::adminPost("enterprises", {{"id", team}, {"title", QStringLiteral("测绘一队")},
+                                               {"members", QJsonArray{m_me, m_zhang}}});
+    KvUserManager *users = KvUserManager::instance();
+    users->logOut();
+    QVERIFY(users->requestLoginByPassword(m_me, "kv123456"));
+    QTRY_VERIFY_WITH_TIMEOUT(([] {
+        QList<KvGroupInfo> teams;
+        KvUserCommManager::instance()->enterpriseManager()->enterprises(teams);
+        return teams.size() == 1;
+    }()), 10000);
+
+    KvCompanyWidget page;
+    page.show();
+    QVERIFY(!page.findChild<QWidget *>("widgetNone")->isVisible());
+    auto *header = page.findChild<QWidget *>("groupItemWidget");
+    QCOMPARE(page.findChild<QLabel *>("labelName")->text(), QStringLiteral("群聊：测绘一队"));
+
+    QTest::mouseDClick(page.findChild<QPushButton *>("pushButtonExpanding"), Qt::LeftButton);
+    QCOMPARE(KvChatDialog::currentChatUser(), QString());
+    QTest::mouseDClick(header, Qt::LeftButton);
+    QCOMPARE(KvChatDialog::currentChatUser(), team);
+    KvChatDialog::clostChat();
+
+    QTest::mouseClick(page.findChild<QPushButton *>("pushButtonExpanding"), Qt::LeftButton);
+    auto *members = page.findChild<QListWidget *>("listWidget");
+    QVERIFY(members->isVisible());
+    QCOMPARE(members->count(), 2);
+    QListWidgetItem *other = members->item(0)->data(Qt::UserRole + 1).toString() == m_zhang ? members->item(0)
+                                                                                             : members->item(1);
+    emit members->itemDoubleClicked(other);
+    QCOMPARE(KvChatDialog::currentChatUser(), m_zhang);
+    KvChatDialog::clostChat();
 }
 
 void TestContactPages::profileSendsOnlyWhatChanged()
