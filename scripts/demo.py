@@ -160,9 +160,26 @@ def converse(console, server, folder):
         stored_rows(os.path.join(folder, who["username"]), who["username"])
 
 
+def render_windows(desktop, server, folder, shots):
+    """Opens each side's desktop host offscreen on what the conversation left and renders it."""
+    env = dict(server.host_env(), QT_QPA_PLATFORM="offscreen")
+    os.makedirs(shots, exist_ok=True)
+    views = (("zhangwei", "message", "chenjing"), ("chenjing", "notice", "zhangwei"))
+    for user, page, peer in views:
+        target = os.path.join(shots, "%s.png" % user)
+        done = subprocess.run([desktop, "--profile", os.path.join(folder, user), "--page", page, "--chat", peer,
+                               "--screenshot", target], env=env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                              text=True, timeout=60)
+        for path in done.stdout.split():
+            line(user, "  ", "", "window rendered: %s" % path)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--console", required=True, help="the kvmess-console binary")
+    parser.add_argument("--desktop", help="the kvmess-desktop binary: render its windows after the conversation")
+    parser.add_argument("--shots", default=os.path.join(tempfile.gettempdir(), "kvmess-windows"),
+                        help="where the rendered windows go (default: %(default)s)")
     parser.add_argument("--keep", action="store_true", help="keep the temporary folder")
     args = parser.parse_args()
 
@@ -176,6 +193,9 @@ def main():
             server.env["KVMESS_ACCOUNT_URL"], server.env["KVMESS_MESSAGE_HOST"], server.env["KVMESS_FILE_HOST"]))
         say("Working folder: %s" % folder)
         converse(os.path.abspath(args.console), server, folder)
+        if args.desktop:
+            step("The windows, as each side's desktop host shows them")
+            render_windows(os.path.abspath(args.desktop), server, folder, args.shots)
     finally:
         subprocess.run(["bash", script, "stop", fixture])
         if args.keep:

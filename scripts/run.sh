@@ -5,6 +5,7 @@
 # what each side stored, and stops the server.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
-"$here/scripts/build.sh" --target kvmess-console
+"$here/scripts/build.sh" --target kvmess-console kvmess-desktop
 build="${KVMESS_BUILD_DIR:-$here/build}"
-exec /usr/bin/python3 "$here/scripts/demo.py" --console "$build/apps/console/kvmess-console" "$@"
+exec /usr/bin/python3 "$here/scripts/demo.py" --console "$build/apps/console/kvmess-console" \
+    --desktop "$build/apps/desktop/kvmess-desktop" "$@"
