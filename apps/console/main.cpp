@@ -1,6 +1,7 @@
 // kvmess-console: the messaging module in a host without windows, for
 // scripts, demonstrations, load and fault tests.
 #include "account/usermanager.h"
+#include "hostprofile.h"
 #include "consolecommand.h"
 #include "consolehost.h"
 #include "consoleinput.h"
@@ -47,20 +48,6 @@ void watchSignals(KvConsoleHost *host)
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
-}
-
-// Each profile folder is a user of its own: persisted login, server settings
-// and work folder. Two hosts with two profiles run side by side.
-void useProfile(const QString &folder)
-{
-    const QString absolute = QDir(folder).absolutePath();
-    QDir().mkpath(absolute);
-    const QString config = QDir(absolute).filePath(QStringLiteral("config"));
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, config);
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, config);
-    const auto settings = KvUserManager::openSettings();
-    if (!settings->contains(QStringLiteral("userWorkPath")))
-        settings->setValue(QStringLiteral("userWorkPath"), QDir(absolute).filePath(QStringLiteral("work")));
 }
 
 QString helpText(const QCommandLineParser &parser)
@@ -151,7 +138,7 @@ int main(int argc, char **argv)
         KvWSCommunicationTestHook::setTimeScale(factor);
     }
     if (parser.isSet(profile))
-        useProfile(parser.value(profile));
+        useHostProfile(parser.value(profile));
 
     // Unknown commands are refused before anything connects.
     const QList<QStringList> commands = KvConsoleCommand::splitArguments(parser.positionalArguments());

@@ -1,6 +1,7 @@
 // kvmess-desktop: the application's stand-in that a person starts, with the
 // messaging panel docked beside a map area.
 #include "account/usermanager.h"
+#include "hostprofile.h"
 #include "chat/chatdialog.h"
 #include "desktopwindow.h"
 #include "panel/usercommwidget.h"
@@ -48,19 +49,6 @@ void quitOnSignals(QWidget *window)
     sigaction(SIGTERM, &action, nullptr);
 }
 
-// A profile folder is a user of its own: persisted login, settings, work folder.
-void useProfile(const QString &folder)
-{
-    const QString absolute = QDir(folder).absolutePath();
-    QDir().mkpath(absolute);
-    const QString config = QDir(absolute).filePath(QStringLiteral("config"));
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, config);
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, config);
-    const auto settings = KvUserManager::openSettings();
-    if (!settings->contains(QStringLiteral("userWorkPath")))
-        settings->setValue(QStringLiteral("userWorkPath"), QDir(absolute).filePath(QStringLiteral("work")));
-}
-
 } // namespace
 
 int main(int argc, char **argv)
@@ -105,7 +93,7 @@ int main(int argc, char **argv)
     if (!parser.isSet(verbose) && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
         QLoggingCategory::setFilterRules(QStringLiteral("kvmess.*.debug=false\nkvmess.*.info=false"));
     if (parser.isSet(profile))
-        useProfile(parser.value(profile));
+        useHostProfile(parser.value(profile));
 
     KvTheme::apply(parser.isSet(dark) ? KvTheme::Dark : KvTheme::Light);
     KvDesktopWindow window;
