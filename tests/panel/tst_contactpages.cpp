@@ -3,6 +3,7 @@
 #include "panel/companywidget.h"
 #include "panel/friendwidget.h"
 #include "panel/selfinfoeditdialog.h"
+#include "platform/inputdialog.h"
 #include "platform/messagebox.h"
 #include "platform/selfservermanager.h"
 #include "referenceserver.h"
@@ -34,6 +35,7 @@ private Q_SLOTS:
     void friendsStandUnderTheirInitials();
     void searchHidesHeadersAndIgnoresCase();
     void removalDropsRowAndConversation();
+    void addFriendAsksForAMobileNumber();
     void noTeamsShowsTheHint();
     void teamsOpenGroupAndMemberChats();
     void profileSendsOnlyWhatChanged();
@@ -147,6 +149,33 @@ void TestContactPages::removalDropsRowAndConversation()
     QCOMPARE(dropped.count(), 1);
     QTRY_VERIFY_WITH_TIMEOUT(!rowOf("bob"), 10000);
     QVERIFY(rows(list).contains("[B]")); // the header stays without friends
+}
+
+void TestContactPages::addFriendAsksForAMobileNumber()
+{
+    KvFriendWidget page;
+    bool checked = false;
+    QTimer::singleShot(100, this, [this, &checked] {
+        auto *dialog = qobject_cast<KvInputDialog *>(QApplication::activeModalWidget());
+        QVERIFY(dialog);
+        QCOMPARE(dialog->windowTitle(), QStringLiteral("添加好友"));
+        QLineEdit *edit = dialog->lineEdit();
+        for (const char *refused : {"23800000001", "1380000000", "138000000012", "1380000000a"}) {
+            edit->setText(refused);
+            QVERIFY2(!edit->hasAcceptableInput(), refused);
+        }
+        edit->clear();
+        dialog->accept(); // the check function refuses an empty number and says why
+        QVERIFY(dialog->isVisible());
+        QCOMPARE(m_boxes, QStringList{QStringLiteral("手机号不能为空,请重新输入")});
+        edit->setText("13800000002");
+        QVERIFY(edit->hasAcceptableInput());
+        dialog->accept();
+        checked = true;
+    });
+    QMetaObject::invokeMethod(&page, "slotButtonAddFriendClicked", Q_ARG(bool, false));
+    QVERIFY(checked);
+    QCOMPARE(m_boxes.size(), 1); // the request went out: no failure box
 }
 
 void TestContactPages::noTeamsShowsTheHint()
