@@ -39,6 +39,7 @@ private Q_SLOTS:
     void noTeamsShowsTheHint();
     void teamsOpenGroupAndMemberChats();
     void profileSendsOnlyWhatChanged();
+    void refusedPortraitSendsNoFields();
     void portraitIsScaledIntoTheSquare_data();
     void portraitIsScaledIntoTheSquare();
     void cleanupTestCase();
@@ -46,6 +47,7 @@ private Q_SLOTS:
 private:
     // One line a row: "[B]" for a header, the shown name for a friend; hidden rows left out.
     QStringList rows(QListWidget *list) const;
+    void choosePortrait(QWidget *dialog, const QString &path);
     QString account(const QString &prefix, const QJsonObject &fields)
     {
         return ReferenceServer::createAccount(prefix, "kv123456", fields).value("username").toString();
@@ -251,6 +253,43 @@ void TestContactPages::profileSendsOnlyWhatChanged()
     QCOMPARE(body.value("sex").toInt(), -1);
 }
 
+void TestContactPages::choosePortrait(QWidget *dialog, const QString &path)
+{
+    // The file dialog is modal: it is answered from the loop it runs.
+    QTimer::singleShot(100, this, [path] {
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            auto *files = qobject_cast<QFileDialog *>(widget);
+            if (!files || !files->isVisible())
+                continue;
+            files->findChild<QLineEdit *>("fileNameEdit")->setText(path);
+            static_cast<QDialog *>(files)->done(QDialog::Accepted);
+        }
+    });
+    QTest::mouseClick(dialog->findChild<QPushButton *>("pushButtonHeadPortrait"), Qt::LeftButton);
+}
+
+void TestContactPages::refusedPortraitSendsNoFields()
+{
+    QImage image(64, 64, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    const QString path = m_dir.filePath("refused.png");
+    QVERIFY(image.save(path));
+    KvSelfInfoEditDialog dialog;
+    choosePortrait(&dialog, path);
+    dialog.findChild<QLineEdit *>("lineEditNikeName")->setText(QStringLiteral("不会发出"));
+    // Only a network failure refuses the picture: the account service is away for it.
+    const QByteArray serviceUrl = qgetenv("KVMESS_ACCOUNT_URL");
+    qputenv("KVMESS_ACCOUNT_URL", "http://127.0.0.1:9/");
+    KvSelfServerManager::instance()->reload();
+    QTest::mouseClick(dialog.findChild<QPushButton *>("pushButtonOk"), Qt::LeftButton);
+    qputenv("KVMESS_ACCOUNT_URL", serviceUrl);
+    KvSelfServerManager::instance()->reload();
+    QCOMPARE(m_boxes, QStringList{QStringLiteral("修改头像失败")});
+    QCOMPARE(KvUserManager::instance()->getUserInfo().nickName, QStringLiteral("我自己"));
+    // The form is loaded again from the account: the typed name is gone.
+    QCOMPARE(dialog.findChild<QLineEdit *>("lineEditNikeName")->text(), QStringLiteral("我自己"));
+}
+
 void TestContactPages::portraitIsScaledIntoTheSquare_data()
 {
     QTest::addColumn<QSize>("picture");
@@ -269,17 +308,7 @@ void TestContactPages::portraitIsScaledIntoTheSquare()
 
     KvSelfInfoEditDialog dialog;
     QSignalSpy uploaded(KvUserManager::instance(), &KvUserManager::signalUpdateHeadPortrait);
-    // The file dialog is modal: it is answered from the loop it runs.
-    QTimer::singleShot(100, this, [path] {
-        for (QWidget *widget : QApplication::topLevelWidgets()) {
-            auto *files = qobject_cast<QFileDialog *>(widget);
-            if (!files || !files->isVisible())
-                continue;
-            files->findChild<QLineEdit *>("fileNameEdit")->setText(path);
-            static_cast<QDialog *>(files)->done(QDialog::Accepted);
-        }
-    });
-    QTest::mouseClick(dialog.findChild<QPushButton *>("pushButtonHeadPortrait"), Qt::LeftButton);
+    choosePortrait(&dialog, path);
     QTest::mouseClick(dialog.findChild<QPushButton *>("pushButtonOk"), Qt::LeftButton);
     QCOMPARE(m_boxes, QStringList{QStringLiteral("修改成功")});
     QCOMPARE(uploaded.count(), 1);
