@@ -7,7 +7,10 @@ request and its agreement, texts both ways, a picture and a file with their
 download, and a message to the team they share. Ends with the rows each side
 has stored, and stops the server.
 
-    demo.py --console build/apps/console/kvmess-console [--keep]
+    demo.py --console build/apps/console/kvmess-console [--desktop build/apps/desktop/kvmess-desktop] [--keep]
+
+With a display and the desktop host, zhangwei is the desktop host instead, and
+chenjing writes to him from a console host until the window closes.
 """
 
 import argparse
@@ -174,12 +177,60 @@ def render_windows(desktop, server, folder, shots):
             line(user, "  ", "", "window rendered: %s" % path)
 
 
+def live(console, desktop, server, folder, seconds):
+    """With a display: the desktop host as zhangwei while chenjing's console plays the other side."""
+    env = server.host_env()
+    step("The desktop host signed in as zhangwei; chenjing writes from a console host")
+    window = subprocess.Popen([desktop, "--profile", os.path.join(folder, "zhangwei"),
+                               "--user", "zhangwei", "--password", PASSWORD], env=dict(os.environ, **env))
+    chen = ConsoleHost(console, os.path.join(folder, "chenjing"), env, name="chenjing")
+    picture = os.path.join(folder, "测区图.png")
+    with open(picture, "wb") as f:
+        f.write(png(320, 200, (0x2f, 0x80, 0x5a)))
+    data = os.path.join(folder, "外业数据.bin")
+    with open(data, "wb") as f:
+        f.write(os.urandom(2 * 1024 * 1024))
+    script = (("friend add %s" % ZHANG["phone"], "a friend request (agree to it on the notice page)"),
+              ("send text zhangwei 张伟你好，我是陈静，测绘部新来的。", "a text"),
+              ("send pic zhangwei %s" % picture, "a picture"),
+              ("send file zhangwei %s" % data, "a file"),
+              ("send --group text %s 大家好，周五下午三点开项目例会。" % TEAM[0], "a message to the team"),
+              ("send text zhangwei 收到请回复，谢谢！", "a text"))
+    try:
+        chen.ok("login password chenjing %s" % PASSWORD)
+        time.sleep(3)  # the window comes up and signs in
+        for command, what in script:
+            if window.poll() is not None:
+                break
+            chen.ok(command)
+            line("chenjing", "->", "zhangwei", what)
+            time.sleep(2)
+        say("\nAnswer in the window; chenjing's replies are not scripted. Close the window (or Ctrl-C) to end.")
+        deadline = time.time() + seconds if seconds else None
+        while window.poll() is None and (deadline is None or time.time() < deadline):
+            time.sleep(0.5)
+    except KeyboardInterrupt:
+        pass
+    finally:
+        if window.poll() is None:
+            window.terminate()
+            try:
+                window.wait(10)
+            except subprocess.TimeoutExpired:
+                window.kill()
+        chen.close()
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--console", required=True, help="the kvmess-console binary")
     parser.add_argument("--desktop", help="the kvmess-desktop binary: render its windows after the conversation")
     parser.add_argument("--shots", default=os.path.join(tempfile.gettempdir(), "kvmess-windows"),
                         help="where the rendered windows go (default: %(default)s)")
+    parser.add_argument("--offscreen", action="store_true",
+                        help="play the console conversation and render the windows even when a display is there")
+    parser.add_argument("--for", dest="seconds", type=float, default=0,
+                        help="with a display: end the session after SECONDS (default: when the window closes)")
     parser.add_argument("--keep", action="store_true", help="keep the temporary folder")
     args = parser.parse_args()
 
@@ -192,6 +243,9 @@ def main():
         say("Reference server with the demo accounts: account %s, message %s, files %s:30081" % (
             server.env["KVMESS_ACCOUNT_URL"], server.env["KVMESS_MESSAGE_HOST"], server.env["KVMESS_FILE_HOST"]))
         say("Working folder: %s" % folder)
+        if args.desktop and os.environ.get("DISPLAY") and not args.offscreen:
+            live(os.path.abspath(args.console), os.path.abspath(args.desktop), server, folder, args.seconds)
+            return
         converse(os.path.abspath(args.console), server, folder)
         if args.desktop:
             step("The windows, as each side's desktop host shows them")
