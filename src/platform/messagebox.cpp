@@ -73,7 +73,9 @@ int KvMessageBox::show(QWidget *parent, const QString &title, const QString &tex
     textLabel->setObjectName(QStringLiteral("labelText"));
     textLabel->setWordWrap(true);
     textLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    textLabel->setMinimumWidth(220);
+    // A short text stays on one line; a long one wraps at a readable width.
+    const int natural = textLabel->fontMetrics().boundingRect(QRect(0, 0, 420, 10000), Qt::TextWordWrap, text).width();
+    textLabel->setMinimumWidth(qBound(200, natural + 4, 420));
     textLabel->setMaximumWidth(420);
     textLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     row->addWidget(textLabel, 1);

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QHash>
+#include <QPalette>
 #include <QRegularExpression>
 
 namespace {
@@ -135,6 +136,30 @@ QString KvTheme::styleSheet(Variant variant)
 void KvTheme::apply(Variant variant)
 {
     currentVariant() = variant;
-    if (auto *app = qobject_cast<QApplication *>(QCoreApplication::instance()))
-        app->setStyleSheet(styleSheet(variant));
+    auto *app = qobject_cast<QApplication *>(QCoreApplication::instance());
+    if (!app)
+        return;
+    // Base text colours come from the palette, not the style sheet: a style
+    // sheet colour on an input would also paint its placeholder text at full
+    // strength.
+    const QHash<QString, QString> &colors = ::palette(variant);
+    auto c = [&colors](const char *name) { return QColor(colors.value(QLatin1String(name))); };
+    QPalette palette = QApplication::palette();
+    palette.setColor(QPalette::Window, c("window"));
+    palette.setColor(QPalette::WindowText, c("text"));
+    palette.setColor(QPalette::Base, c("input"));
+    palette.setColor(QPalette::AlternateBase, c("panel"));
+    palette.setColor(QPalette::Text, c("inputText"));
+    palette.setColor(QPalette::Button, c("window"));
+    palette.setColor(QPalette::ButtonText, c("text"));
+    palette.setColor(QPalette::ToolTipBase, c("tooltip"));
+    palette.setColor(QPalette::ToolTipText, c("text"));
+    palette.setColor(QPalette::Highlight, c("accent"));
+    palette.setColor(QPalette::HighlightedText, c("accentText"));
+    palette.setColor(QPalette::PlaceholderText, c("textFaded"));
+    palette.setColor(QPalette::Link, c("accent"));
+    for (QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, c("textFaded"));
+    QApplication::setPalette(palette);
+    app->setStyleSheet(styleSheet(variant));
 }
