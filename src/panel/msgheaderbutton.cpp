@@ -19,22 +19,28 @@ KvMsgHeaderButton::KvMsgHeaderButton(Type, QWidget *parent)
 
 void KvMsgHeaderButton::init()
 {
-    countLabel = new QLabel(this);
-    countLabel->setObjectName(QStringLiteral("msgCntLabel"));
-    countLabel->setAlignment(Qt::AlignCenter);
-    countLabel->hide();
+    countLabel = addCornerLabel(this, QMargins(0, 0, 0, 0));
+}
+
+QLabel *KvMsgHeaderButton::addCornerLabel(QWidget *button, const QMargins &rowMargins)
+{
+    auto *label = new QLabel(button);
+    label->setObjectName(QStringLiteral("msgCntLabel"));
+    label->setAlignment(Qt::AlignCenter);
+    label->hide();
 
     auto *row = new QHBoxLayout;
-    row->setContentsMargins(0, 0, 0, 0);
+    row->setContentsMargins(rowMargins);
     row->setSpacing(0);
     row->addItem(new QSpacerItem(40, 1, QSizePolicy::Expanding, QSizePolicy::Minimum));
-    row->addWidget(countLabel);
+    row->addWidget(label);
 
-    auto *column = new QVBoxLayout(this);
+    auto *column = new QVBoxLayout(button);
     column->setContentsMargins(0, 2, 0, 0);
     column->setSpacing(0);
     column->addLayout(row);
     column->addItem(new QSpacerItem(1, 20, QSizePolicy::Minimum, QSizePolicy::Expanding));
+    return label;
 }
 
 void KvMsgHeaderButton::setMsgCount(int n)

@@ -3,6 +3,8 @@
 #include "kvmess_export.h"
 #include "platform/iconbutton.h"
 
+#include <QMargins>
+
 class QLabel;
 
 // An icon button with an unread badge in its top right corner. The badge
@@ -22,6 +24,10 @@ public:
     // Hides the badge; its last text stays in place.
     void clearMsgCount();
     int msgCount() const { return count; }
+
+    // A hidden, centred "msgCntLabel" in the top right corner of `button`;
+    // `rowMargins` place it there.
+    static QLabel *addCornerLabel(QWidget *button, const QMargins &rowMargins);
 
 private:
     void init();

@@ -4,42 +4,19 @@
 #include "panel/companywidget.h"
 #include "panel/friendmessagewidget.h"
 #include "panel/friendwidget.h"
+#include "panel/msgheaderbutton.h"
 #include "panel/noticemessagewidget.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "store/windowlinks_p.h"
 
 #include <QButtonGroup>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QPointer>
-#include <QSpacerItem>
-#include <QVBoxLayout>
 
 namespace {
 
 QPointer<QWidget> g_mainWidow;
-
-QLabel *cornerBadge(QAbstractButton *button)
-{
-    auto *label = new QLabel(button);
-    label->setObjectName(QStringLiteral("msgCntLabel"));
-    label->setAlignment(Qt::AlignCenter);
-    label->hide();
-
-    auto *row = new QHBoxLayout;
-    row->setContentsMargins(0, 5, 8, 0);
-    row->setSpacing(0);
-    row->addItem(new QSpacerItem(40, 1, QSizePolicy::Expanding, QSizePolicy::Minimum));
-    row->addWidget(label);
-
-    auto *column = new QVBoxLayout(button);
-    column->setContentsMargins(0, 2, 0, 0);
-    column->setSpacing(0);
-    column->addLayout(row);
-    column->addItem(new QSpacerItem(1, 20, QSizePolicy::Minimum, QSizePolicy::Expanding));
-    return label;
-}
 
 void showCount(QLabel *label, int count)
 {
@@ -119,12 +96,12 @@ void KvUserCommWidget::init()
 
 void KvUserCommWidget::initMessageButton()
 {
-    unreadMessageLabel = cornerBadge(ui->pushButtonMessage);
+    unreadMessageLabel = KvMsgHeaderButton::addCornerLabel(ui->pushButtonMessage, QMargins(0, 5, 8, 0));
 }
 
 void KvUserCommWidget::initNoticeButton()
 {
-    unreadNoticeLabel = cornerBadge(ui->pushButtonNotice);
+    unreadNoticeLabel = KvMsgHeaderButton::addCornerLabel(ui->pushButtonNotice, QMargins(0, 5, 8, 0));
 }
 
 void KvUserCommWidget::setUnreadMessageCnt(int count)
