@@ -40,7 +40,7 @@ KvDesktopWindow::KvDesktopWindow(QWidget *parent)
     m_dock->setFeatures(QDockWidget::NoDockWidgetFeatures);
     m_dock->setTitleBarWidget(new QWidget(m_dock));
     m_dock->setWidget(m_panel);
-    m_dock->setMinimumWidth(300);
+    m_dock->setMinimumWidth(340);
     addDockWidget(Qt::RightDockWidgetArea, m_dock);
 
     m_linkLabel = new QLabel(this);

@@ -6,6 +6,7 @@
 #include "desktopwindow.h"
 #include "panel/usercommwidget.h"
 #include "platform/theme.h"
+#include "translations.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -82,9 +83,12 @@ int main(int argc, char **argv)
     const QCommandLineOption chat(QStringLiteral("chat"),
                                   QStringLiteral("Open the conversation with <user> at start."),
                                   QStringLiteral("user"));
+    const QCommandLineOption lang(QStringLiteral("lang"),
+                                  QStringLiteral("Show the windows in <language>: en or zh (default: the system's)."),
+                                  QStringLiteral("language"));
     const QCommandLineOption verbose(QStringLiteral("verbose"),
                                      QStringLiteral("Let the module's log lines through."));
-    parser.addOptions({profile, user, password, dark, screenshot, page, chat, verbose});
+    parser.addOptions({profile, user, password, dark, screenshot, page, chat, lang, verbose});
     parser.process(app);
     if (parser.isSet(user) != parser.isSet(password)) {
         std::fprintf(stderr, "kvmess-desktop: --user and --password go together\n");
@@ -95,6 +99,8 @@ int main(int argc, char **argv)
     if (parser.isSet(profile))
         useHostProfile(parser.value(profile));
 
+    // Before any window is built: texts already shown are not translated again.
+    kvmessLoadTranslation(parser.isSet(lang) ? QLocale(parser.value(lang)) : QLocale::system());
     KvTheme::apply(parser.isSet(dark) ? KvTheme::Dark : KvTheme::Light);
     KvDesktopWindow window;
     quitOnSignals(&window);
