@@ -121,6 +121,22 @@ void KvFriendMessageItemWidget::setLastMessage(const KvFriendMessageData &messag
         ui->pushButtonHeadPortrait->addMsgCount(1);
 }
 
+void KvFriendMessageItemWidget::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitNameAndDate();
+}
+
+// In the chat window's narrow tab list the date gives way, so that at least
+// the start of the name stays readable.
+void KvFriendMessageItemWidget::fitNameAndDate()
+{
+    const QFontMetrics metrics(ui->labelName->font());
+    const int name = qMin(metrics.horizontalAdvance(ui->labelName->text()), metrics.horizontalAdvance(QStringLiteral("四个字符")));
+    const int needed = name + ui->horizontalLayoutName->spacing() + ui->labelLastMessageDate->sizeHint().width();
+    ui->labelLastMessageDate->setVisible(ui->horizontalLayoutName->geometry().width() >= needed);
+}
+
 void KvFriendMessageItemWidget::setMsgCount(int count)
 {
     ui->pushButtonHeadPortrait->setMsgCount(count);

@@ -29,12 +29,16 @@ public:
     void setLastMessage(const KvFriendMessageData &message, bool count);
     void setMsgCount(int count);
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private Q_SLOTS:
     void slotFriendToCustomerService(KvUserInfoFriend friendInfo);
 
 private:
     void init();
     void setHead(const QPixmap &portrait);
+    void fitNameAndDate();
 
     Ui::KvFriendMessageItemWidget *ui = nullptr;
     QString userName;
