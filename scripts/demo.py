@@ -163,7 +163,7 @@ def converse(console, server, folder):
         stored_rows(os.path.join(folder, who["username"]), who["username"])
 
 
-def render_windows(desktop, server, folder, shots):
+def render_windows(desktop, server, folder, shots, lang):
     """Opens each side's desktop host offscreen on what the conversation left and renders it."""
     env = dict(server.host_env(), QT_QPA_PLATFORM="offscreen")
     os.makedirs(shots, exist_ok=True)
@@ -171,18 +171,19 @@ def render_windows(desktop, server, folder, shots):
     for user, page, peer in views:
         target = os.path.join(shots, "%s.png" % user)
         done = subprocess.run([desktop, "--profile", os.path.join(folder, user), "--page", page, "--chat", peer,
-                               "--screenshot", target], env=env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                               "--screenshot", target] + (["--lang", lang] if lang else []), env=env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                               text=True, timeout=60)
         for path in done.stdout.split():
             line(user, "  ", "", "window rendered: %s" % path)
 
 
-def live(console, desktop, server, folder, seconds):
+def live(console, desktop, server, folder, seconds, lang):
     """With a display: the desktop host as zhangwei while chenjing's console plays the other side."""
     env = server.host_env()
     step("The desktop host signed in as zhangwei; chenjing writes from a console host")
     window = subprocess.Popen([desktop, "--profile", os.path.join(folder, "zhangwei"),
-                               "--user", "zhangwei", "--password", PASSWORD], env=dict(os.environ, **env))
+                               "--user", "zhangwei", "--password", PASSWORD] + (["--lang", lang] if lang else []),
+                              env=dict(os.environ, **env))
     chen = ConsoleHost(console, os.path.join(folder, "chenjing"), env, name="chenjing")
     picture = os.path.join(folder, "测区图.png")
     with open(picture, "wb") as f:
@@ -231,6 +232,7 @@ def main():
                         help="play the console conversation and render the windows even when a display is there")
     parser.add_argument("--for", dest="seconds", type=float, default=0,
                         help="with a display: end the session after SECONDS (default: when the window closes)")
+    parser.add_argument("--lang", choices=("en", "zh"), help="the windows' language (default: the system's)")
     parser.add_argument("--keep", action="store_true", help="keep the temporary folder")
     args = parser.parse_args()
 
@@ -244,12 +246,12 @@ def main():
             server.env["KVMESS_ACCOUNT_URL"], server.env["KVMESS_MESSAGE_HOST"], server.env["KVMESS_FILE_HOST"]))
         say("Working folder: %s" % folder)
         if args.desktop and os.environ.get("DISPLAY") and not args.offscreen:
-            live(os.path.abspath(args.console), os.path.abspath(args.desktop), server, folder, args.seconds)
+            live(os.path.abspath(args.console), os.path.abspath(args.desktop), server, folder, args.seconds, args.lang)
             return
         converse(os.path.abspath(args.console), server, folder)
         if args.desktop:
             step("The windows, as each side's desktop host shows them")
-            render_windows(os.path.abspath(args.desktop), server, folder, args.shots)
+            render_windows(os.path.abspath(args.desktop), server, folder, args.shots, args.lang)
     finally:
         subprocess.run(["bash", script, "stop", fixture])
         if args.keep:

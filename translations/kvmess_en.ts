@@ -192,7 +192,7 @@
     </message>
     <message>
         <source>有效期保留24小时,请尽快查收</source>
-        <translation>Kept for 24 hours, please download it soon</translation>
+        <translation>Available for 24 hours</translation>
     </message>
     <message>
         <source>发送成功</source>

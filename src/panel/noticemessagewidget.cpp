@@ -29,6 +29,8 @@ KvNoticeMessageWidget::KvNoticeMessageWidget(QWidget *parent)
     ui->setupUi(this);
     setAttribute(Qt::WA_StyledBackground);
     ui->widgetShowMore->hide();
+    ui->listWidget->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    ui->listWidget->viewport()->installEventFilter(this);
 
     KvUserCommManager *store = KvUserCommManager::instance();
     connect(store->friendMessageManager(), &KvFriendMessageManager::signalNewMessage, this,
@@ -99,8 +101,27 @@ void KvNoticeMessageWidget::addNotice(const KvFriendMessageData &message, int po
     item->setData(MessageIdRole, message.messageLocalId);
     noticeItems.insert(message.messageLocalId, item);
     ui->listWidget->insertItem(position == -1 ? ui->listWidget->count() : 0, item);
-    item->setSizeHint(row->sizeHint());
     ui->listWidget->setItemWidget(item, row);
+    fitRow(item);
+}
+
+// Rows take the list's width and wrap their text to it, so that a narrow
+// dock shows the whole notice and its buttons without scrolling sideways.
+void KvNoticeMessageWidget::fitRow(QListWidgetItem *item)
+{
+    QWidget *row = ui->listWidget->itemWidget(item);
+    const int width = ui->listWidget->viewport()->width();
+    const int height = row->hasHeightForWidth() ? row->heightForWidth(width) : row->sizeHint().height();
+    item->setSizeHint(QSize(0, qMax(height, row->minimumSizeHint().height())));
+}
+
+bool KvNoticeMessageWidget::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == ui->listWidget->viewport() && event->type() == QEvent::Resize) {
+        for (int i = 0; i < ui->listWidget->count(); ++i)
+            fitRow(ui->listWidget->item(i));
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void KvNoticeMessageWidget::slotNewMessage(KvFriendMessageData messageData)

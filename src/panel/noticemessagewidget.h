@@ -34,7 +34,11 @@ private Q_SLOTS:
     void slotNoticePre(quintptr dlg, quintptr item);
     void slotNoticeNext(quintptr dlg, quintptr item);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
+    void fitRow(QListWidgetItem *item);
     void addNotice(const KvFriendMessageData &message, int position);
     void loadNotices();
     void stepTo(quintptr dlg, quintptr item, int step);

@@ -183,8 +183,16 @@ QList<KvFriendMessageData> KvFriendMessageManager::lastMessages()
         return result;
     for (const QString &table : qAsConst(messageTables)) {
         QList<KvFriendMessageData> rows;
-        if (readRows(newestRow.arg(rowPrefix, table), rows) && !rows.isEmpty())
-            result.append(rows.first());
+        if (!readRows(newestRow.arg(rowPrefix, table), rows) || rows.isEmpty())
+            continue;
+        // A group table's row is keyed by its team in the conversation list,
+        // not by whoever wrote last.
+        const QString groupPrefix = groupMessageTableName(QString());
+        if (table.startsWith(groupPrefix)) {
+            rows.first().isGroup = true;
+            rows.first().toUserId = table.mid(groupPrefix.size());
+        }
+        result.append(rows.first());
     }
     return result;
 }

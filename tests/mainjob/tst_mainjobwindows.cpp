@@ -38,6 +38,7 @@ private Q_SLOTS:
     void openingTheConversationShowsItsRowsAndClearsItsBadge();
     void theReplyReachesTheConsole();
     void renderedWindowsAreNotBlank();
+    void theListIsTheSameAfterSigningInAgain();
     void cleanupTestCase();
 
 private:
@@ -260,6 +261,17 @@ void TestMainJobWindows::renderedWindowsAreNotBlank()
         QVERIFY(image.save(QDir(folder).filePath(window->metaObject()->className() + QStringLiteral(".png"))));
         QVERIFY2(distinctColours(image) > 40, window->metaObject()->className());
     }
+}
+
+void TestMainJobWindows::theListIsTheSameAfterSigningInAgain()
+{
+    m_window->logOut();
+    QVERIFY(KvUserManager::instance()->requestLoginByPassword(m_desk, "kv123456"));
+    QListWidget *list = conversations();
+    QTRY_COMPARE_WITH_TIMEOUT(list->count(), 2, 5000);
+    QCOMPARE(list->item(0)->data(Qt::UserRole + 2).toString(), m_peer);
+    QCOMPARE(list->item(1)->data(Qt::UserRole + 2).toString(), m_team);
+    QCOMPARE(rowBadge(1), QStringLiteral("1"));
 }
 
 void TestMainJobWindows::cleanupTestCase()
