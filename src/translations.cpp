@@ -23,7 +23,8 @@ bool kvmessLoadTranslation(const QLocale &locale)
     QPointer<QTranslator> &installed = installedTranslator();
     if (!app)
         return false;
-    if (locale.language() == QLocale::Chinese) {
+    // A locale with no language of its own (C, POSIX) keeps the source texts.
+    if (locale.language() == QLocale::Chinese || locale.language() == QLocale::C) {
         if (installed) {
             QCoreApplication::removeTranslator(installed);
             delete installed;

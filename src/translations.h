@@ -6,7 +6,8 @@
 
 // The module's texts are written in Chinese; other languages come from the
 // translations compiled into the library (:/translations/kvmess_<lang>.qm).
-// English stands in for every language that is not Chinese.
+// English stands in for every language that is not Chinese; the C locale
+// (no language set) keeps the Chinese texts.
 //
 // Installs the English translator on the running application when `locale`'s
 // language is not Chinese and answers true; for Chinese it removes one

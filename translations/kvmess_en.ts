@@ -272,6 +272,18 @@
         <source>资料</source>
         <translation>Profile</translation>
     </message>
+    <message>
+        <source>女</source>
+        <translation>Female</translation>
+    </message>
+    <message>
+        <source>男</source>
+        <translation>Male</translation>
+    </message>
+    <message>
+        <source>未知</source>
+        <translation>Unknown</translation>
+    </message>
 </context>
 <context>
     <name>KvFriendItemWidget</name>
@@ -301,6 +313,13 @@
     </message>
 </context>
 <context>
+    <name>KvFriendManager</name>
+    <message>
+        <source>我的手机</source>
+        <translation>My phone</translation>
+    </message>
+</context>
+<context>
     <name>KvFriendMessageItemWidget</name>
     <message>
         <source>用户 %1</source>
@@ -313,6 +332,13 @@
     <message>
         <source>[图片]</source>
         <translation>[Picture]</translation>
+    </message>
+</context>
+<context>
+    <name>KvFriendMessageManager</name>
+    <message>
+        <source>优惠</source>
+        <translation>Offers</translation>
     </message>
 </context>
 <context>
@@ -347,6 +373,10 @@
     <message>
         <source>添加好友失败!</source>
         <translation>Could not add friend!</translation>
+    </message>
+    <message>
+        <source>手机号不能为空,请重新输入</source>
+        <translation>The mobile number cannot be empty. Please enter it again.</translation>
     </message>
 </context>
 <context>
@@ -689,25 +719,6 @@
     <message>
         <source>系统消息</source>
         <translation>System messages</translation>
-    </message>
-</context>
-<context>
-    <name>QObject</name>
-    <message>
-        <source>女</source>
-        <translation>Female</translation>
-    </message>
-    <message>
-        <source>男</source>
-        <translation>Male</translation>
-    </message>
-    <message>
-        <source>未知</source>
-        <translation>Unknown</translation>
-    </message>
-    <message>
-        <source>手机号不能为空,请重新输入</source>
-        <translation>The mobile number cannot be empty. Please enter it again.</translation>
     </message>
 </context>
 </TS>

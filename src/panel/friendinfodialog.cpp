@@ -11,10 +11,10 @@ namespace {
 QString sexText(int sex)
 {
     if (sex == 0)
-        return QObject::tr("女");
+        return KvFriendInfoDialog::tr("女");
     if (sex == 1)
-        return QObject::tr("男");
-    return QObject::tr("未知");
+        return KvFriendInfoDialog::tr("男");
+    return KvFriendInfoDialog::tr("未知");
 }
 
 } // namespace

@@ -145,7 +145,7 @@ void KvFriendWidget::slotButtonAddFriendClicked(bool)
     dialog.setCheckFunc([](const QString &text, QWidget *parent) {
         if (!text.isEmpty())
             return true;
-        KvMessageBox::show(parent, QObject::tr("手机号不能为空,请重新输入"), nullptr);
+        KvMessageBox::show(parent, KvFriendWidget::tr("手机号不能为空,请重新输入"), nullptr);
         return false;
     });
     if (dialog.exec() != QDialog::Accepted)

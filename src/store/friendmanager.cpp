@@ -9,13 +9,11 @@
 
 namespace {
 
-const QString selfNickName = QStringLiteral("我的手机");
-
 KvUserInfoFriend selfEntry()
 {
     KvUserInfoFriend info;
     static_cast<KvUserInfoBase &>(info) = KvUserManager::instance()->getUserInfo();
-    info.nickName = selfNickName;
+    info.nickName = KvFriendManager::tr("我的手机");
     return info;
 }
 

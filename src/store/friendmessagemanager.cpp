@@ -283,7 +283,7 @@ void KvFriendMessageManager::slotOnPopNoticeMsgReceived(KvWSMessagePtr message)
                              .arg(url, KvUserManager::instance()->getUserLoginInfo().token)
                              .arg(id);
     KvBrowserDialog dialog(KvWindowLinks::mainWidget());
-    dialog.setWindowTitle(QStringLiteral("优惠"));
+    dialog.setWindowTitle(tr("优惠"));
     dialog.load(QUrl(page));
     dialog.exec();
 }

@@ -142,6 +142,9 @@ void TestTranslations::loadingSwitchesLanguage()
     QCOMPARE(translate(), english);
     QVERIFY(!kvmessLoadTranslation(QLocale(QLocale::Chinese, QLocale::Taiwan)));
     QCOMPARE(translate(), chinese);
+    QVERIFY(kvmessLoadTranslation(QLocale(QLocale::English)));
+    QVERIFY(!kvmessLoadTranslation(QLocale::c()));
+    QCOMPARE(translate(), chinese);
 }
 
 QTEST_MAIN(TestTranslations)
