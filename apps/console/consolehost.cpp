@@ -760,8 +760,10 @@ KvConsoleHost::Outcome KvConsoleHost::friendAction(const KvConsoleCommand &comma
     if (action == QLatin1String("agree") || action == QLatin1String("refuse")) {
         const int status = action == QLatin1String("agree") ? 3 : 4;
         for (const KvFriendMessageData &row : friendRequestRows()) {
-            if (row.status == 0 && requesterOf(row) == who)
+            if (row.status == 0 && requesterOf(row) == who) {
                 m_messages->updateMessageStatus(systemUser, row.messageLocalId, status);
+                KvUserCommManager::instance()->userUnreadMessageManager()->subUserUnreadMessageCount(systemUser, 1);
+            }
         }
     } else if (action == QLatin1String("remove")) {
         m_messages->slotFriendRemove(who);
