@@ -12,6 +12,8 @@
 #include <QKeyEvent>
 #include <QScrollBar>
 
+#include <algorithm>
+
 KvChatWidget::KvChatWidget(const QString &userName, bool isGroup, QWidget *parent)
     : QWidget(parent)
     , ui(new Ui::KvChatWidget)
@@ -59,8 +61,13 @@ void KvChatWidget::init()
 
     QList<KvFriendMessageData> messages;
     KvUserCommManager::instance()->friendMessageManager()->messages(userName, isGroup, messages);
-    for (auto message = messages.crbegin(); message != messages.crend(); ++message)
-        addMessage(*message);
+    // Newest first from the store, where messages of one second keep the order
+    // they were stored in; a stable sort puts them oldest first without
+    // swapping those.
+    std::stable_sort(messages.begin(), messages.end(),
+                     [](const KvFriendMessageData &a, const KvFriendMessageData &b) { return a.time < b.time; });
+    for (const KvFriendMessageData &message : qAsConst(messages))
+        addMessage(message);
 }
 
 void KvChatWidget::addMessage(const KvFriendMessageData &message)
