@@ -1,5 +1,5 @@
 // Renders the widget kit to PNG files offscreen, for looking at the theme:
-//   QT_QPA_PLATFORM=offscreen platform_kitscreenshots <output folder>
+//   QT_QPA_PLATFORM=offscreen kvmess-kitscreenshots <output folder>
 #include "platform/framelessdialog.h"
 #include "platform/iconbutton.h"
 #include "platform/inputdialog.h"
