@@ -699,7 +699,7 @@
     </message>
     <message>
         <source>消息</source>
-        <translation>Messages</translation>
+        <translation>Chats</translation>
     </message>
     <message>
         <source>好友</source>

@@ -105,13 +105,13 @@ void KvFriendMessageItemWidget::setLastMessage(const KvFriendMessageData &messag
     switch (KvFriendMessageManager::messageKind(message.type)) {
     case 1:
         if (const auto text = content.dynamicCast<KvMsgContentChatText>())
-            ui->labelMessage->setText(text->text());
+            setMessageText(text->text());
         break;
     case 2:
-        ui->labelMessage->setText(tr("[文件]"));
+        setMessageText(tr("[文件]"));
         break;
     case 3:
-        ui->labelMessage->setText(tr("[图片]"));
+        setMessageText(tr("[图片]"));
         break;
     default:
         break;
@@ -125,6 +125,33 @@ void KvFriendMessageItemWidget::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
     fitNameAndDate();
+    fitMessageText();
+}
+
+void KvFriendMessageItemWidget::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    fitMessageText();
+}
+
+void KvFriendMessageItemWidget::setMessageText(const QString &text)
+{
+    messageText = text;
+    fitMessageText();
+}
+
+// One line, cut with an ellipsis where the row ends; the whole text is the tooltip.
+void KvFriendMessageItemWidget::fitMessageText()
+{
+    QString line = messageText;
+    line.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    if (!isVisible()) {
+        ui->labelMessage->setText(line);
+        return;
+    }
+    const QString shown = ui->labelMessage->fontMetrics().elidedText(line, Qt::ElideRight, ui->labelMessage->width());
+    ui->labelMessage->setText(shown);
+    ui->labelMessage->setToolTip(shown == line ? QString() : messageText);
 }
 
 // In the chat window's narrow tab list the date gives way, so that at least

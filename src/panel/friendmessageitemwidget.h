@@ -31,6 +31,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private Q_SLOTS:
     void slotFriendToCustomerService(KvUserInfoFriend friendInfo);
@@ -39,7 +40,10 @@ private:
     void init();
     void setHead(const QPixmap &portrait);
     void fitNameAndDate();
+    void setMessageText(const QString &text);
+    void fitMessageText();
 
     Ui::KvFriendMessageItemWidget *ui = nullptr;
     QString userName;
+    QString messageText;
 };

@@ -189,6 +189,13 @@ void TestFriendMessageWidget::newMessageMovesItsConversationToTheTop()
     store("kavora", "another notice", 30);
     QCOMPARE(list.count(), rows);
     QCOMPARE(keys(list).first(), "900100");
+
+    // Longer than the row: cut with an ellipsis, whole in the tooltip.
+    const QString longText = QString("一二三四五六七八九十").repeated(8);
+    store("peerD", longText, 40);
+    QLabel *message = row(list, "peerD")->findChild<QLabel *>("labelMessage");
+    QVERIFY(message->text().endsWith(QChar(0x2026)));
+    QCOMPARE(message->toolTip(), longText);
 }
 
 void TestFriendMessageWidget::contextMenu()
