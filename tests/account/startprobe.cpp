@@ -1,6 +1,6 @@
 // One run of a host: the start sequence, then the commands of the arguments,
 // then the session and the persisted values as one JSON line on stdout.
-//   kvmess_start_probe <settings folder> [password <user> <password>] [logout] [autologin <0|1>]
+//   kvmess_start_probe <settings folder> [password <user> <password>] [logout]
 #include "account/usermanager.h"
 #include "messaging/wscommunicationmanager.h"
 #include "platform/encrypter.h"
@@ -38,8 +38,6 @@ int main(int argc, char **argv)
             i += 2;
         } else if (args.at(i) == "logout") {
             manager->logOut();
-        } else if (args.at(i) == "autologin") {
-            manager->saveIsAutoLogin(args.value(++i) == "1");
         }
     }
 

@@ -1,12 +1,7 @@
 #include "account/loginuser.h"
-#include "account/requesthelper.h"
-#include "account/userinfobase.h"
-#include "platform/syshelper.h"
 
-#include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkRequest>
 #include <QtTest>
 
 class TestAccountRecords : public QObject
@@ -16,9 +11,6 @@ private Q_SLOTS:
     void snapshotRoundTrip();
     void snapshotOfBadBytesClearsTheRecord_data();
     void snapshotOfBadBytesClearsTheRecord();
-    void clearKeepsCustomerService();
-    void profilesComparePixmapsByIdentity();
-    void requestStamps();
 };
 
 static KvLoginUser sampleUser()
@@ -49,7 +41,7 @@ static QStringList fields(const KvLoginUser &user)
             user.customerService ? "customer service" : "user"};
 }
 
-// What clear() leaves of sampleUser().
+// What clear() leaves of sampleUser(): the role stays until the next sign-in.
 static QStringList clearedFields()
 {
     KvLoginUser cleared;
@@ -85,41 +77,6 @@ void TestAccountRecords::snapshotOfBadBytesClearsTheRecord()
     KvLoginUser user = sampleUser();
     QVERIFY(!user.deserialize(bytes));
     QCOMPARE(fields(user), clearedFields());
-}
-
-void TestAccountRecords::clearKeepsCustomerService()
-{
-    KvLoginUser user = sampleUser();
-    user.clear();
-    QCOMPARE(fields(user), clearedFields());
-}
-
-void TestAccountRecords::profilesComparePixmapsByIdentity()
-{
-    QImage image(4, 4, QImage::Format_ARGB32);
-    image.fill(Qt::red);
-    KvUserInfoBase a;
-    a.userName = "a";
-    a.sex = 1;
-    a.headPortrait = QPixmap::fromImage(image);
-    KvUserInfoBase b = a;
-    QVERIFY(a == b);
-    b.headPortrait = QPixmap::fromImage(image); // same picture, loaded again
-    QVERIFY(a != b);
-    b = a;
-    b.location = "elsewhere";
-    QVERIFY(a != b);
-}
-
-void TestAccountRecords::requestStamps()
-{
-    QJsonObject body{{"username", "u"}};
-    KvRequestHelper::addPlatformAndClientToJson(body);
-    QCOMPARE(body.value("platform").toString(), QStringLiteral("PC-PRO"));
-    QCOMPARE(body.value("client_id").toString(), KvSysHelper::kvClientUniqueId());
-    QNetworkRequest request;
-    KvRequestHelper::addPlatformToHeader(request);
-    QCOMPARE(request.rawHeader("platform"), QByteArray("PC-PRO"));
 }
 
 QTEST_MAIN(TestAccountRecords)

@@ -18,7 +18,6 @@ private Q_SLOTS:
     void firstStartIsAVisitorWhoseNameIsKept();
     void storedTokenSignsIn();
     void refusedTokenFallsBackAndIsKept();
-    void autoLoginOffGoesStraightToTheVisitor();
     void logoutLeavesNoToken();
 
 private:
@@ -104,16 +103,6 @@ void TestStartSequence::refusedTokenFallsBackAndIsKept()
     QCOMPARE(run.value("isLogin").toBool(), false);
     QCOMPARE(run.value("signals").toArray(), (QJsonArray{"visitor", "visitorEnd", "needManual"}));
     QCOMPARE(run.value("settings").toObject().value("Token").toString(), QStringLiteral("no-such-token"));
-}
-
-void TestStartSequence::autoLoginOffGoesStraightToTheVisitor()
-{
-    const QJsonObject signedIn = start({"password", m_user, "pw", "autologin", "0"});
-    const QString token = signedIn.value("token").toString();
-    const QJsonObject run = start();
-    QCOMPARE(run.value("isLogin").toBool(), false);
-    QCOMPARE(run.value("settings").toObject().value("Token").toString(), token);
-    QCOMPARE(run.value("settings").toObject().value("AutoLogin").toString(), QStringLiteral("false"));
 }
 
 void TestStartSequence::logoutLeavesNoToken()

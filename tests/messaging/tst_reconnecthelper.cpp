@@ -33,29 +33,6 @@ private Q_SLOTS:
             m_server.listen();
     }
 
-    void cleanCloseIsFollowedByAReconnect_data()
-    {
-        QTest::addColumn<int>("code");
-        QTest::newRow("server going away") << int(QWebSocketProtocol::CloseCodeGoingAway);
-        QTest::newRow("text not UTF-8") << int(QWebSocketProtocol::CloseCodeWrongDatatype);
-    }
-
-    void cleanCloseIsFollowedByAReconnect()
-    {
-        QFETCH(int, code);
-        KvReconnectHelper helper;
-        QSignalSpy downs(link(), &KvWSCommunicationManager::onDisconnected);
-        QSignalSpy errors(link(), &KvWSCommunicationManager::onError);
-        const int before = m_server.requestUrls.size();
-        m_server.closeClient(QWebSocketProtocol::CloseCode(code));
-        QVERIFY(m_server.waitForConnections(before + 1));
-        QTRY_VERIFY(link()->isConnected());
-        // A clean close: the connection itself armed nothing.
-        QCOMPARE(downs.count(), 1);
-        QCOMPARE(errors.count(), 0);
-        QVERIFY(!timerOf(helper)->isActive());
-    }
-
     void delaysGrowWhileTheServerIsAwayAndStartOverAfter()
     {
         KvReconnectHelper helper;

@@ -1,4 +1,3 @@
-#include "messaging/msgcontentautoresponse_p.h"
 #include "messaging/msgcontentchatfile.h"
 #include "messaging/msgcontentchatpic.h"
 #include "messaging/msgcontentchattext.h"
@@ -196,31 +195,6 @@ private Q_SLOTS:
         KvMsgContentMaplayer maplayer(QStringLiteral("ZZI"));
         maplayer.parseJsonValue(json(data.constData()));
         QCOMPARE(maplayer.version(), version);
-    }
-
-    void parsingTwice()
-    {
-        const QJsonValue layers = json(R"({"layer_id":["a"]})");
-        KvMsgContentMaplayer maplayer(QStringLiteral("ZZH"));
-        maplayer.parseJsonValue(layers);
-        maplayer.parseJsonValue(layers);
-        QCOMPARE(maplayer.maplayerIds(), QStringList{"a"});
-
-        KvMsgDeviceLightUp devices;
-        devices.parseJsonValue(json(R"({"list":["d1"],"current":"d1"})"));
-        devices.parseJsonValue(json(R"({"list":["d2"],"current":"d2"})"));
-        QCOMPARE(devices.devices(), (QStringList{"d1", "d2"}));
-        QCOMPARE(devices.currentDevide(), QStringLiteral("d2"));
-    }
-
-    // What it sends is checked on the wire by the manager's test.
-    void autoResponseParsing()
-    {
-        KvMsgContentAutoResponse response(QStringList{"m1", "m2"});
-        response.parseJsonValue(json(R"({"ids":["x"]})"));
-        QCOMPARE(response.ids(), (QStringList{"m1", "m2"}));
-        response.parseJsonValue(json(R"(["a","",5,"b"])"));
-        QCOMPARE(response.ids(), (QStringList{"a", "b"}));
     }
 };
 

@@ -3,25 +3,9 @@
 
 #include <QSqlError>
 #include <QTemporaryDir>
-#include <QThread>
 #include <QtTest>
 
 #include <memory>
-
-namespace {
-
-// Runs `work` with an adapter of its own on a new thread; `failures` gets the
-// number of failed statements, or -1 when the adapter did not open.
-QThread *adapterThread(const QString &connection, const QString &file, int &failures,
-                       const std::function<int(KvDataAdapter *)> &work)
-{
-    return QThread::create([=, &failures] {
-        std::unique_ptr<KvDataAdapter> adapter(KvDataBaseFactory::createSqliteAdapter(connection, file));
-        failures = adapter->open() ? work(adapter.get()) : -1;
-    });
-}
-
-} // namespace
 
 class TestSqliteAdapter : public QObject
 {
@@ -34,7 +18,6 @@ private Q_SLOTS:
     void openConfiguresTheFile();
     void tables();
     void closeRemovesTheConnection();
-    void writerAndReaderOnTwoThreads();
 
 private:
     // The first column of the statement's first row.
@@ -117,47 +100,6 @@ void TestSqliteAdapter::closeRemovesTheConnection()
     QVERIFY(!QSqlDatabase::contains("main"));
     QVERIFY(second->open());
     QVERIFY(second->hasTable("t"));
-}
-
-void TestSqliteAdapter::writerAndReaderOnTwoThreads()
-{
-    const QString file = m_dir->filePath("u.db");
-    const int rows = 1500;
-    int writerFailures = -1;
-    int readerFailures = -1;
-    std::unique_ptr<QThread> writer(adapterThread("writer", file, writerFailures, [rows](KvDataAdapter *adapter) {
-        int failed = 0;
-        for (int i = 0; i < rows; ++i) {
-            QSqlQuery insert = adapter->sqlQuery("INSERT INTO t (content) VALUES (?)");
-            insert.addBindValue(QStringLiteral("row %1").arg(i));
-            if (!insert.exec())
-                ++failed;
-        }
-        return failed;
-    }));
-    std::unique_ptr<QThread> reader(adapterThread("reader", file, readerFailures, [&writer](KvDataAdapter *adapter) {
-        int failed = 0;
-        int last = 0;
-        while (!writer->isFinished() || last < 1500) {
-            QSqlQuery count = adapter->sqlQuery("SELECT count(*), max(id) FROM t");
-            if (count.lastError().isValid() || !count.next()) {
-                ++failed;
-                continue;
-            }
-            const int now = count.value(0).toInt();
-            if (now < last)
-                ++failed; // a committed row disappeared
-            last = now;
-        }
-        return failed;
-    }));
-    writer->start();
-    reader->start();
-    QVERIFY(writer->wait(60000));
-    QVERIFY(reader->wait(60000));
-    QCOMPARE(writerFailures, 0);
-    QCOMPARE(readerFailures, 0);
-    QCOMPARE(scalar("SELECT count(*) FROM t").toInt(), rows);
 }
 
 QTEST_GUILESS_MAIN(TestSqliteAdapter)

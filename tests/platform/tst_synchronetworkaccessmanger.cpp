@@ -1,11 +1,8 @@
 #include "fakehttpserver.h"
 #include "platform/synchronetworkaccessmanger.h"
 
-#include <QHttpMultiPart>
 #include <QNetworkReply>
 #include <QPointer>
-#include <QThread>
-#include <QtConcurrent>
 #include <QtTest>
 
 // The server lives on the test's thread: every blocking call below only ends
@@ -17,9 +14,7 @@ private Q_SLOTS:
     void initTestCase();
     void eachVerbReturnsAFinishedReply_data();
     void eachVerbReturnsAFinishedReply();
-    void multiPartPost();
     void replyLivesAsLongAsTheManager();
-    void worksOnAPoolThread();
     void refusedConnection();
 
 private:
@@ -73,21 +68,6 @@ void TestSynchroNetworkAccessManger::eachVerbReturnsAFinishedReply()
     QCOMPARE(m_server.requests.last().headers.value("content-type"), QByteArray("text/plain"));
 }
 
-void TestSynchroNetworkAccessManger::multiPartPost()
-{
-    KvSynchroNetworkAccessManger manager;
-    auto *multiPart = new QHttpMultiPart(QHttpMultiPart::FormDataType);
-    QHttpPart part;
-    part.setHeader(QNetworkRequest::ContentDispositionHeader, QStringLiteral("form-data;  name=\"md5\""));
-    part.setBody("0123456789abcdef0123456789abcdef");
-    multiPart->append(part);
-    QNetworkReply *reply = manager.post(QNetworkRequest(url(QStringLiteral("upload"))), multiPart);
-    multiPart->setParent(reply);
-    QVERIFY(reply->isFinished());
-    QVERIFY(lastRequest().startsWith("POST /upload "));
-    QVERIFY(lastRequest().contains("\r\n\r\n0123456789abcdef0123456789abcdef\r\n"));
-}
-
 void TestSynchroNetworkAccessManger::replyLivesAsLongAsTheManager()
 {
     QPointer<QNetworkReply> reply;
@@ -100,23 +80,6 @@ void TestSynchroNetworkAccessManger::replyLivesAsLongAsTheManager()
         QCOMPARE(reply->readAll(), QByteArray("answer"));
     }
     QVERIFY(!reply);
-}
-
-void TestSynchroNetworkAccessManger::worksOnAPoolThread()
-{
-    const QUrl target = url(QStringLiteral("pool"));
-    QThread *mainThread = QThread::currentThread();
-    QFuture<QByteArray> future = QtConcurrent::run([target, mainThread]() -> QByteArray {
-        if (QThread::currentThread() == mainThread)
-            return "ran on the main thread";
-        KvSynchroNetworkAccessManger manager;
-        QNetworkReply *reply = manager.post(QNetworkRequest(target), "12345678");
-        return reply->isFinished() ? reply->readAll() : QByteArray("not finished");
-    });
-    // Keep the server's loop turning while the pool works.
-    QTRY_VERIFY_WITH_TIMEOUT(future.isFinished(), 10000);
-    QCOMPARE(future.result(), QByteArray("answer"));
-    QCOMPARE(lastRequest(), QByteArray("POST /pool 12345678"));
 }
 
 void TestSynchroNetworkAccessManger::refusedConnection()

@@ -41,7 +41,6 @@ private Q_SLOTS:
     void titleDoubleClickTogglesMaximized_data();
     void titleDoubleClickTogglesMaximized();
     void titleDragMovesWindow();
-    void messageBoxInterceptor();
     void messageBoxShowsText();
     void pictureViewerZoomsAroundCursor();
 };
@@ -187,22 +186,6 @@ void TestWidgetKit::titleDragMovesWindow()
     QApplication::sendEvent(title, &move);
     QTest::mouseRelease(title, Qt::LeftButton, Qt::NoModifier, QPoint(90, 40));
     QTRY_COMPARE(dialog.pos(), start + QPoint(50, 30));
-}
-
-void TestWidgetKit::messageBoxInterceptor()
-{
-    QStringList seen;
-    KvMessageBox::setTestInterceptor([&](const QString &title, const QString &text) { seen << title << text; });
-    int doneWith = -1;
-    const int result = KvMessageBox::show(nullptr, QStringLiteral("删除好友【zhangwei】失败。"),
-                                          [&](int button) { doneWith = button; });
-    KvMessageBox::show(nullptr, QStringLiteral("错误"), QStringLiteral("该文件不存在"), QMessageBox::Warning, nullptr);
-    KvMessageBox::setTestInterceptor(nullptr);
-
-    QCOMPARE(result, int(QMessageBox::Ok));
-    QCOMPARE(doneWith, int(QMessageBox::Ok));
-    QCOMPARE(seen, (QStringList{QStringLiteral("提示"), QStringLiteral("删除好友【zhangwei】失败。"),
-                                QStringLiteral("错误"), QStringLiteral("该文件不存在")}));
 }
 
 void TestWidgetKit::messageBoxShowsText()
