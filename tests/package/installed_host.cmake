@@ -32,6 +32,13 @@ run(${CMAKE_COMMAND} -S ${HOST_SOURCE_DIR} -B ${WORK_DIR}/build -G ${GENERATOR}
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 run(${WORK_DIR}/build/kvmess_host)
 
+# A host that docks the panel, as the README shows it.
+run(${CMAKE_COMMAND} -S ${PANEL_HOST_SOURCE_DIR} -B ${WORK_DIR}/panel-build -G ${GENERATOR}
+    -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/panel-build)
+set(ENV{HOME} ${WORK_DIR}/home)
+run(${WORK_DIR}/panel-build/kvmess_panel_host --quit)
+
 # The same host built with what pkg-config says of the installed package.
 set(ENV{PKG_CONFIG_PATH} ${prefix}/lib/pkgconfig)
 foreach(query cflags libs)
