@@ -147,6 +147,7 @@ void KvFriendMessageItemWidget::fitMessageText()
     line.replace(QLatin1Char('\n'), QLatin1Char(' '));
     if (!isVisible()) {
         ui->labelMessage->setText(line);
+        ui->labelMessage->setToolTip(QString());
         return;
     }
     const QString shown = ui->labelMessage->fontMetrics().elidedText(line, Qt::ElideRight, ui->labelMessage->width());
