@@ -48,13 +48,15 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/src)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libkvmess0)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+# The linker cache is refreshed by dpkg's trigger.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
 "messaging module of a desktop mapping application
- KvMess gives a host application one-to-one and team chat with texts,
- pictures and files, friend requests, a company directory, notices and
- unread counters, over one WebSocket to a message server.
- .
- This package holds the shared libraries, with their translations.")
+KvMess gives a host application one-to-one and team chat with texts,
+pictures and files, friend requests, a company directory, notices and
+unread counters, over one WebSocket to a message server.
+
+This package holds the shared libraries, with their translations.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libkvmess-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
@@ -64,24 +66,24 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
 set(CPACK_COMPONENT_DEV_DEPENDS runtime)
 set(CPACK_COMPONENT_DEV_DESCRIPTION
 "messaging module of a desktop mapping application - development files
- KvMess gives a host application one-to-one and team chat with texts,
- pictures and files, friend requests, a company directory, notices and
- unread counters, over one WebSocket to a message server.
- .
- This package holds the headers, the CMake package and the pkg-config file
- for building a host that embeds the module.")
+KvMess gives a host application one-to-one and team chat with texts,
+pictures and files, friend requests, a company directory, notices and
+unread counters, over one WebSocket to a message server.
+
+This package holds the headers, the CMake package and the pkg-config file
+for building a host that embeds the module.")
 
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME kvmess-desktop)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION net)
 set(CPACK_COMPONENT_DESKTOP_DEPENDS runtime)
 set(CPACK_COMPONENT_DESKTOP_DESCRIPTION
 "messaging panel docked beside a map area
- KvMess Desktop shows the KvMess messaging panel beside a map area: chat
- with texts, pictures and files, friend requests, the company directory
- and notices. Messages in the background raise desktop notifications and
- the tray icon shows the unread count.
- .
- The package also holds kvmess-console, a host of the module without
- windows that reads commands and writes JSON lines.")
+KvMess Desktop shows the KvMess messaging panel beside a map area: chat
+with texts, pictures and files, friend requests, the company directory
+and notices. Messages in the background raise desktop notifications and
+the tray icon shows the unread count.
+
+The package also holds kvmess-console, a host of the module without
+windows that reads commands and writes JSON lines.")
 
 include(CPack)

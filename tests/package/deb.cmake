@@ -34,7 +34,7 @@ set(kvmess-desktop_files
     "/usr/share/icons/hicolor/48x48/apps/kvmess-desktop.png"
     "/usr/share/icons/hicolor/256x256/apps/kvmess-desktop.png"
     "/usr/share/man/man1/kvmess-desktop.1.gz" "/usr/share/doc/kvmess-desktop/copyright")
-set(kvmess-desktop_depends "libkvmess0 (>= ")
+set(kvmess-desktop_depends "libkvmess0 (")
 
 set(debs)
 foreach(package IN LISTS packages)
@@ -46,8 +46,10 @@ foreach(package IN LISTS packages)
     run(${DPKG_DEB} -c ${deb})
     message(STATUS "${package}:\n${run_output}")
     foreach(expected IN LISTS ${package}_files)
+        # A file's line ends with its path; a link's goes on with " -> target".
         string(FIND "${run_output}" ".${expected}\n" found)
-        if(found EQUAL -1)
+        string(FIND "${run_output}" ".${expected} -> " found_link)
+        if(found EQUAL -1 AND found_link EQUAL -1)
             message(FATAL_ERROR "${package} lacks ${expected}")
         endif()
     endforeach()
