@@ -22,6 +22,7 @@ public:
     // What the start came to, told apart for the person: the module answers a
     // refused password and a server that cannot be reached alike.
     enum class StartState { SignedIn, Visitor, PasswordRefused, Unreachable };
+    Q_ENUM(StartState)
 
     explicit KvDesktopWindow(QWidget *parent = nullptr);
 
