@@ -11,6 +11,7 @@
 #include "store/usercommmanager.h"
 #include "store/usertitles.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -42,6 +43,7 @@ private Q_SLOTS:
     void notShown();
     void clickOpensTheConversation();
     void trayCarriesTheUnreadCount();
+    void closingHidesToTheTray();
     void cleanupTestCase();
 
 private:
@@ -253,6 +255,24 @@ void TestDesktopNotifier::trayCarriesTheUnreadCount()
     KvUserCommManager::instance()->userUnreadMessageManager()->clearAllUnreadMessage();
     QCOMPARE(tray->icon().pixmap(32, 32).toImage(), plain);
     QCOMPARE(tray->toolTip(), QStringLiteral("KvMess"));
+}
+
+void TestDesktopNotifier::closingHidesToTheTray()
+{
+    QSystemTrayIcon *tray = m_window->tray()->trayIcon();
+    QMenu *menu = m_window->tray()->menu();
+    tray->show();
+    QVERIFY(!m_window->close());
+    QVERIFY(!m_window->isVisible());
+    menu->findChild<QAction *>("actionTrayPage_friend")->trigger();
+    QVERIFY(m_window->isVisible());
+    QVERIFY(m_window->findChild<QAbstractButton *>("pushButtonFriend")->isChecked());
+    m_window->hide();
+    menu->findChild<QAction *>("actionTrayOpen")->trigger();
+    QVERIFY(m_window->isVisible());
+    // Without a tray, closing closes.
+    tray->hide();
+    QVERIFY(m_window->close());
 }
 
 // With KVMESS_SCREENSHOT_DIR set: the tray menu, the tray icon with its
