@@ -135,9 +135,14 @@ uint KvDesktopNotifier::notify(uint replacesId, const QString &summary, const QS
     QDBusMessage call = QDBusMessage::createMethodCall(Service, Path, Service, QStringLiteral("Notify"));
     const QVariantMap hints{{QStringLiteral("desktop-entry"), QStringLiteral("kvmess-desktop")},
                             {QStringLiteral("category"), QStringLiteral("im.received")}};
-    // Qt's texts are plain; the service may read markup, so escape it.
+    // A peer's text is plain; a service that reads markup in the body must get it escaped.
+    const QDBusMessage capabilities = bus.call(
+        QDBusMessage::createMethodCall(Service, Path, Service, QStringLiteral("GetCapabilities")), QDBus::Block,
+        CallTimeoutMs);
+    const bool markup = capabilities.arguments().value(0).toStringList().contains(QStringLiteral("body-markup"));
     call << QStringLiteral("KvMess") << replacesId << QStringLiteral("kvmess-desktop") << summary
-         << body.toHtmlEscaped() << QStringList{QStringLiteral("default"), tr("打开会话")} << hints << -1;
+         << (markup ? body.toHtmlEscaped() : body) << QStringList{QStringLiteral("default"), tr("打开会话")} << hints
+         << -1;
     const QDBusMessage reply = bus.call(call, QDBus::Block, CallTimeoutMs);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
         return 0;

@@ -60,6 +60,7 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("kvmess-desktop"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KVMESS_DESKTOP_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("kvmess-desktop"));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("The desktop host of the KvMess messaging module."));

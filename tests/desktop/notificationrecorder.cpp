@@ -35,7 +35,7 @@ public Q_SLOTS:
         return id;
     }
     void CloseNotification(uint id) { emit NotificationClosed(id, 3); }
-    QStringList GetCapabilities() { return {"actions", "body"}; }
+    QStringList GetCapabilities() { return {"actions", "body", "body-markup"}; }
 
 Q_SIGNALS:
     void NotificationClosed(uint id, uint reason);
