@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Puts the license line at the top of every source file under the given folders
-# (default: src apps tests bench tools server scripts) of this repository that
-# lacks one. Safe to
-# run again: a file that names its license anywhere in its first lines is left alone.
+# Puts the license line at the top of every source file (.cpp .h .py .sh
+# CMakeLists.txt) under the given folders of this repository (default: src apps
+# tests bench tools server scripts) that lacks one. Safe to run again: a file
+# that names its license in its first five lines is left alone.
 #   tools/spdx-stamp.sh [--check] [folder...]
 # --check changes nothing and lists the files without the line (exit 1 if any).
 set -euo pipefail
