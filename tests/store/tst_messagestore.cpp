@@ -7,6 +7,7 @@
 #include "store/usercommmanager.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSettings>
@@ -444,6 +445,20 @@ void TestMessageStore::logoutClosesAndSwitchReopens()
     QCOMPARE(databases.count(), 2);
     QVERIFY(databases.last().at(0).toString().endsWith(QStringLiteral("UserInfo/%1/%1.db").arg(m_other)));
     QTRY_COMPARE(storeConnections().size(), 8);
+
+    // A name no folder can hold: the file cannot be opened, nothing is made for
+    // it, and the session goes on without a store.
+    const QString slashed = ReferenceServer::createAccount("bad/", password).value("username").toString();
+    QVERIFY(slashed.startsWith("bad/"));
+    KvUserManager::instance()->logOut();
+    QSignalSpy comm(KvUserCommManager::instance(), &KvUserCommManager::signalCommLoginStateChanged);
+    QVERIFY(KvUserManager::instance()->requestLoginByPassword(slashed, password));
+    QCOMPARE(databases.count(), 3);
+    QTRY_COMPARE(storeConnections().size(), 0);
+    QVERIFY(!comm.isEmpty() && comm.last().at(0).toBool());
+    const QString userFolder = m_dir.filePath("work/not/yet/UserInfo/" + slashed);
+    QVERIFY(QFileInfo(userFolder).isDir());
+    QVERIFY(!QFileInfo::exists(userFolder + "/bad"));
 }
 
 QTEST_MAIN(TestMessageStore)
