@@ -19,6 +19,7 @@ private Q_SLOTS:
     void secondStartHandsOver_data();
     void secondStartHandsOver();
     void otherProfileStartsItsOwn();
+    void socketLeftByACrashIsTakenOver();
     void cleanupTestCase();
 
 private:
@@ -73,6 +74,25 @@ void TestSingleInstance::otherProfileStartsItsOwn()
             != KvSingleInstance::serverName(m_dir.filePath("other")));
     KvSingleInstance other(m_dir.filePath("other"));
     QVERIFY(!other.handOver("lina", QString(), 500));
+}
+
+void TestSingleInstance::socketLeftByACrashIsTakenOver()
+{
+    const QString profile = m_dir.filePath("crashed");
+    QFile left(QDir::temp().filePath(KvSingleInstance::serverName(profile)));
+    QVERIFY(left.open(QIODevice::WriteOnly));
+    left.close();
+    KvSingleInstance next(profile);
+    QVERIFY(!next.handOver(QString(), QString(), 500));
+    QVERIFY(next.listen());
+    QSignalSpy activated(&next, &KvSingleInstance::signalActivate);
+    QProcess second;
+    second.setProcessChannelMode(QProcess::ForwardedChannels);
+    second.start(KVMESS_DESKTOP, {"--profile", profile, "--page", "message"});
+    QTRY_COMPARE_WITH_TIMEOUT(second.state(), QProcess::NotRunning, 20000);
+    QCOMPARE(second.exitCode(), 0);
+    QCOMPARE(activated.size(), 1);
+    QCOMPARE(activated.at(0).at(1).toString(), QStringLiteral("message"));
 }
 
 void TestSingleInstance::cleanupTestCase()
