@@ -18,6 +18,7 @@ shared machine should. A developer's tool, not part of CI.
 import argparse
 import os
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -198,6 +199,8 @@ def main():
         for f in chosen:
             print("%-4s %-40s %s" % (f[0], f[1], f[5]))
         return 0
+    # Stopped from outside, a planted fault is still put back.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     os.environ.setdefault("CCACHE_BASEDIR", args.scratch)
     tree, build = prepare(args.scratch, not args.keep)
     results = {}
