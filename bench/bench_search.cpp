@@ -40,7 +40,7 @@ QString sentence(int i)
     for (int w = 0; w < 8; ++w)
         text += words.at((i * 7 + w * 13 + i / 97) % words.size()) + QLatin1Char(' ');
     // A rare word: one message in 500.
-    if (i % 500 == 0)
+    if (i % 500 == 1)
         text += QStringLiteral("needle");
     return text;
 }
