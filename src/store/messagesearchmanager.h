@@ -36,6 +36,7 @@ public:
 Q_SIGNALS:
     // Conversations first, by title; then messages, newest first, at most 200.
     void signalSearchFinished(QString query, QList<KvSearchResult> results);
+    // To the worker; not for windows.
     void signalSearchRequested(quint64 id, QString query, QString selfName, QMap<QString, QString> openTitles);
 
 private Q_SLOTS:

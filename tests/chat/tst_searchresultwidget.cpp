@@ -183,7 +183,7 @@ void TestSearchResultWidget::screenshots()
         KvChatDialog::createChat("peerA", nullptr, false);
         dialog()->resize(900, 600);
         // QTest types Latin keys only; the text arrives as an input method would leave it.
-        field()->setText(QStringLiteral("测绘"));
+        field()->setText(language == "zh" ? QStringLiteral("测绘") : QStringLiteral("alpha"));
         QTRY_COMPARE(results()->count(), 2);
         QVERIFY(dialog()->grab().save(QDir(folder).filePath("chat-search-" + language + ".png")));
         field()->clear();
