@@ -1,6 +1,7 @@
 #include "account/usermanager.h"
 #include "panel/friendmessagewidget.h"
 #include "panel/listwidgetsortitem.h"
+#include "platform/elidedlabel.h"
 #include "platform/menu.h"
 #include "referenceserver.h"
 #include "store/friendmessagemanager.h"
@@ -8,6 +9,8 @@
 #include "store/usercommmanager.h"
 
 #include <QApplication>
+#include <QHelpEvent>
+#include <QToolTip>
 #include <QContextMenuEvent>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -22,6 +25,16 @@
 #include <cmath>
 
 namespace {
+
+// What hovering over the label shows.
+QString hoverText(QWidget *label)
+{
+    QToolTip::hideText();
+    const QPoint at(4, label->height() / 2);
+    QHelpEvent event(QEvent::ToolTip, at, label->mapToGlobal(at));
+    QApplication::sendEvent(label, &event);
+    return QToolTip::isVisible() ? QToolTip::text() : QString();
+}
 
 // Runs the page's context menu at `pos` of its viewport; gives the menu's
 // texts and triggers the one named `choice`, if any.
@@ -190,12 +203,20 @@ void TestFriendMessageWidget::newMessageMovesItsConversationToTheTop()
     QCOMPARE(list.count(), rows);
     QCOMPARE(keys(list).first(), "900100");
 
-    // Longer than the row: cut with an ellipsis, whole in the tooltip.
+    // Longer than the row: the label keeps the whole text and paints it cut with
+    // an ellipsis, whole in the tooltip; a short one is painted whole.
     const QString longText = QString("一二三四五六七八九十").repeated(8);
     store("peerD", longText, 40);
-    QLabel *message = row(list, "peerD")->findChild<QLabel *>("labelMessage");
-    QVERIFY(message->text().endsWith(QChar(0x2026)));
-    QCOMPARE(message->toolTip(), longText);
+    auto *message = row(list, "peerD")->findChild<KvElidedLabel *>("labelMessage");
+    QCOMPARE(message->text(), longText);
+    QVERIFY(message->shownText().endsWith(QChar(0x2026)));
+    QVERIFY(longText.startsWith(message->shownText().chopped(1)));
+    QCOMPARE(hoverText(message), longText);
+    store("peerD", "王芳发来一条", 41);
+    message = row(list, "peerD")->findChild<KvElidedLabel *>("labelMessage");
+    QCOMPARE(message->text(), "王芳发来一条");
+    QCOMPARE(message->shownText(), "王芳发来一条");
+    QCOMPARE(hoverText(message), QString());
 }
 
 void TestFriendMessageWidget::contextMenu()
