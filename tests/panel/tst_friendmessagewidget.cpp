@@ -4,13 +4,12 @@
 #include "platform/elidedlabel.h"
 #include "platform/menu.h"
 #include "referenceserver.h"
+#include "widgetdriver.h"
 #include "store/friendmessagemanager.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
 
 #include <QApplication>
-#include <QHelpEvent>
-#include <QToolTip>
 #include <QContextMenuEvent>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -24,39 +23,13 @@
 
 #include <cmath>
 
+using WidgetDriver::hoverText;
+
 namespace {
 
-// What hovering over the label shows.
-QString hoverText(QWidget *label)
-{
-    QToolTip::hideText();
-    const QPoint at(4, label->height() / 2);
-    QHelpEvent event(QEvent::ToolTip, at, label->mapToGlobal(at));
-    QApplication::sendEvent(label, &event);
-    return QToolTip::isVisible() ? QToolTip::text() : QString();
-}
-
-// Runs the page's context menu at `pos` of its viewport; gives the menu's
-// texts and triggers the one named `choice`, if any.
 QStringList contextMenu(QListWidget *list, const QPoint &pos, const QString &choice = {})
 {
-    QStringList texts;
-    QTimer::singleShot(0, [&] {
-        for (QWidget *widget : QApplication::topLevelWidgets()) {
-            auto *menu = qobject_cast<KvMenu *>(widget);
-            if (!menu || !menu->isVisible())
-                continue;
-            for (QAction *action : menu->actions()) {
-                texts << action->text();
-                if (action->text() == choice)
-                    action->trigger();
-            }
-            menu->close();
-        }
-    });
-    QContextMenuEvent event(QContextMenuEvent::Mouse, pos, list->viewport()->mapToGlobal(pos));
-    QApplication::sendEvent(list->viewport(), &event);
-    return texts;
+    return WidgetDriver::contextMenu(list->viewport(), pos, choice);
 }
 
 } // namespace
