@@ -129,6 +129,17 @@ def main():
     else:
         rows.append(("chat window", (chat or {}).get("failed", missing), "", None))
 
+    search = run(args.build, "bench_search", *(["20000", "20"] if quick else []))
+    if search and "failed" not in search:
+        for query in search["queries"]:
+            rows.append(("search \"%s\" in {:,} messages of %d conversations ({} hits)".format(
+                             search["messages"], query["hits"]) % (query["query"], search["conversations"]),
+                         "%.0f ms" % query["ms"], "bare LIKE statements %.0f ms" % query["bareMs"],
+                         query["bareMs"] / query["ms"]))
+        rows.append(("longest GUI thread pause while searching", "%.0f ms" % search["guiPauseMs"], "", None))
+    else:
+        rows.append(("search", (search or {}).get("failed", missing), "", None))
+
     print("Machine: %s" % machine())
     print()
     print("| measure | KvMess | side by side | ratio |")

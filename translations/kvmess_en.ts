@@ -23,6 +23,10 @@
         <source>从会话列表移除</source>
         <translation>Remove from list</translation>
     </message>
+    <message>
+        <source>搜索</source>
+        <translation>Search</translation>
+    </message>
 </context>
 <context>
     <name>KvChatItemWidget</name>
@@ -637,6 +641,21 @@
     <message>
         <source>关闭</source>
         <translation>Close</translation>
+    </message>
+</context>
+<context>
+    <name>KvSearchResultWidget</name>
+    <message>
+        <source>无结果</source>
+        <translation>No results</translation>
+    </message>
+    <message>
+        <source>[文件]</source>
+        <translation>[File]</translation>
+    </message>
+    <message>
+        <source>[图片]</source>
+        <translation>[Picture]</translation>
     </message>
 </context>
 <context>
