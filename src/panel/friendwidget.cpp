@@ -108,7 +108,8 @@ void KvFriendWidget::slotFriendUpdate(KvUserInfoFriend friendInfo)
     // The roles keep the old name until the list is built again.
     if (auto *row = qobject_cast<KvFriendItemWidget *>(ui->listWidget->itemWidget(item)))
         row->updateInfo(friendInfo);
-    ui->listWidget->sortItems(Qt::AscendingOrder);
+    // With the roles unchanged the sorted order stands: a merge that reports
+    // hundreds of friends must not sort the whole list once for each.
 }
 
 void KvFriendWidget::slotFriendRemove(QString userName)
