@@ -61,6 +61,7 @@ class AdminApi:
             web.post("/admin/close", self.close),
             web.post("/admin/refuse", self.refuse),
             web.post("/admin/hold_sss", self.hold_sss),
+            web.post("/admin/catch_up_pause", self.catch_up_pause),
             web.post("/admin/fail_block", self.fail_block),
             web.get("/admin/messages", self.messages),
             web.get("/admin/queue", self.queue),
@@ -226,6 +227,11 @@ class AdminApi:
         obj = await self.body(request)
         released = await self.hub.set_hold_sss(obj.get("on", True), bool(obj.get("drop", False)))
         return _json({"on": self.hub.hold_sss, "held": len(self.hub.held_sss), "released": released})
+
+    async def catch_up_pause(self, request):
+        obj = await self.body(request)
+        self.hub.catch_up_pause = max(0.0, float(obj.get("seconds", 0)))
+        return _json({"seconds": self.hub.catch_up_pause})
 
     async def fail_block(self, request):
         obj = await self.body(request)
