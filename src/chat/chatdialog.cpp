@@ -188,7 +188,8 @@ void KvChatDialog::addChat(const QString &userName, bool isGroup)
         const QString title = conversationTitle(userName);
         ui->labelNikeName->setText(title);
 
-        auto *page = new KvChatWidget(userName, isGroup, this);
+        // Born in the stack: moved there afterwards, every row would be restyled.
+        auto *page = new KvChatWidget(userName, isGroup, ui->stackedWidget);
         connect(page, &KvChatWidget::signalCloseWidget, this, &KvChatDialog::removeChat);
         ui->stackedWidget->addWidget(page);
 
