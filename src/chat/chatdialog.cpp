@@ -206,7 +206,10 @@ void KvChatDialog::removeChat(const QString &userName)
     QListWidgetItem *item = chatItems.value(userName);
     if (!item)
         return;
-    ui->stackedWidget->removeWidget(pageOf(item));
+    // The page asks for its own removal from its close button: delete it once that click has returned.
+    KvChatWidget *page = pageOf(item);
+    ui->stackedWidget->removeWidget(page);
+    page->deleteLater();
     ui->listWidget->setItemWidget(item, nullptr);
     delete item;
     chatItems.remove(userName);
