@@ -139,6 +139,20 @@ def main():
     else:
         rows.append(("chat window", (chat or {}).get("failed", missing), "", None))
 
+    friends = run(args.build, "bench_friendpage", *(["100", "200"] if quick else []))
+    if friends and "failed" not in friends:
+        for size in friends["sizes"]:
+            rows.append(("friend page of {:,} friends with portraits".format(size["friends"]),
+                         "%.0f ms" % size["pageMs"], "plain QListWidget %.0f ms" % size["plainMs"],
+                         size["plainMs"] / size["pageMs"]))
+        for size in friends["sizes"]:
+            rows.append(("sign-in merge reporting {:,} friends changed, page open".format(size["friends"]),
+                         "%.0f ms (%.2f ms a friend)" % (size["mergeMs"], size["mergeMs"] / size["friends"]),
+                         "the same merge with no page %.0f ms" % size["storeMergeMs"],
+                         size["storeMergeMs"] / size["mergeMs"]))
+    else:
+        rows.append(("friend page", (friends or {}).get("failed", missing), "", None))
+
     search = run(args.build, "bench_search", *(["20000", "20"] if quick else []))
     if search and "failed" not in search:
         for query in search["queries"]:

@@ -4,6 +4,8 @@
 #include "account/usermanager.h"
 #include "store/friendtable_p.h"
 
+#include <QSet>
+
 using namespace KvFriendTable;
 
 KvFriendManagerSync::KvFriendManagerSync(KvUserCommManager *commManager, QObject *parent)
@@ -24,24 +26,27 @@ void KvFriendManagerSync::updateIfChanged(const KvUserInfoFriend &stored, const 
 
 void KvFriendManagerSync::slotFriendsListResp(QList<KvUserInfoFriend> friendList)
 {
-    QStringList stale = storedFriendNames(dataAdapter, lastError);
+    // A set: with a thousand friends, removing each listed name from a list made the merge quadratic.
+    const QStringList stored = storedFriendNames(dataAdapter, lastError);
+    QSet<QString> listed;
+    listed.reserve(friendList.size());
     for (const KvUserInfoFriend &info : qAsConst(friendList)) {
         // The system account is never a friend; a row of that name goes as stale.
         if (info.userName == systemUserName)
             continue;
-        KvUserInfoFriend stored;
-        if (!friendInfo(dataAdapter, lastError, stored, info.userName)) {
+        KvUserInfoFriend row;
+        if (!friendInfo(dataAdapter, lastError, row, info.userName)) {
             if (insertFriend(dataAdapter, lastError, info))
                 emit signalFriendNew(info);
         } else {
-            updateIfChanged(stored, info);
+            updateIfChanged(row, info);
         }
-        stale.removeOne(info.userName);
+        listed.insert(info.userName);
     }
     // The self entry is in no server list and stays.
-    stale.removeOne(KvUserManager::instance()->getUserLoginInfo().username);
-    for (const QString &name : qAsConst(stale)) {
-        if (removeFriendRow(dataAdapter, lastError, name))
+    listed.insert(KvUserManager::instance()->getUserLoginInfo().username);
+    for (const QString &name : stored) {
+        if (!listed.contains(name) && removeFriendRow(dataAdapter, lastError, name))
             emit signalFriendRemove(name);
     }
 }
