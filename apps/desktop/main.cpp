@@ -5,6 +5,7 @@
 #include "chat/chatdialog.h"
 #include "desktopwindow.h"
 #include "panel/usercommwidget.h"
+#include "platform/safety.h"
 #include "platform/theme.h"
 #include "translations.h"
 
@@ -55,6 +56,7 @@ void quitOnSignals(QWidget *window)
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
+    KvSafety::setEnabled(true); // peers are not trusted: see the README's Security section
     QCoreApplication::setApplicationName(QStringLiteral("kvmess-desktop"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KVMESS_DESKTOP_VERSION));
 

@@ -42,6 +42,7 @@ KvChatDialog::KvChatDialog()
     auto *content = new QWidget;
     setContentWidget(content);
     ui->setupUi(content);
+    ui->labelNikeName->setTextFormat(Qt::PlainText);
     setMinimumSize(600, 500);
     init();
 }

@@ -37,6 +37,10 @@ public:
     // becomes current, is marked read.
     static void openAllUnreadMessage();
 
+public Q_SLOTS:
+    // Esc would close the window and every open conversation with its draft.
+    void reject() override {}
+
 private Q_SLOTS:
     void slotCurrentRowChanged(int row);
     void slotToggleMaximized();

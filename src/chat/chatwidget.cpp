@@ -22,6 +22,7 @@ KvChatWidget::KvChatWidget(const QString &userName, bool isGroup, QWidget *paren
     , scrollTimer(this)
 {
     ui->setupUi(this);
+    ui->labelNikeName->setTextFormat(Qt::PlainText);
     init();
 }
 

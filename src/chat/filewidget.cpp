@@ -4,10 +4,12 @@
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
 #include "platform/messagebox.h"
+#include "platform/safety.h"
 #include "platform/theme.h"
 #include "store/friendmessagedata.h"
 #include "store/usercommmanager.h"
 
+#include <QApplication>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
@@ -38,6 +40,7 @@ KvFileWidget::KvFileWidget(const KvFriendMessageData &message, QWidget *parent)
     , filePath(message.fileInfo.filePath)
 {
     ui->setupUi(this);
+    ui->labelFileName->setTextFormat(Qt::PlainText);
     setAttribute(Qt::WA_StyledBackground);
 
     connect(ui->pushButtonOpenFile, &QPushButton::clicked, this, [this] { openFile(filePath); });
@@ -180,6 +183,8 @@ void KvFileWidget::slotUpdateProgress(QString messageId, double value)
 
 void KvFileWidget::openFile(const QString &path)
 {
+    if (!KvSafety::confirmOpenFile(path, QApplication::activeWindow()))
+        return;
     emit KvUserCommManager::instance()->signalLaodFile(path);
 }
 

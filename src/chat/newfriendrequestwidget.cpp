@@ -33,6 +33,7 @@ KvNewFriendRequestWidget::KvNewFriendRequestWidget(const KvFriendMessageData &me
     , messageId(message.messageLocalId)
 {
     ui->setupUi(this);
+    ui->labelPhone->setTextFormat(Qt::PlainText);
     setAttribute(Qt::WA_StyledBackground);
     ui->labelTime->setProperty("read", true);
     ui->labelTime->setText(KvFriendMessageManager::messageTimeText(message.time));

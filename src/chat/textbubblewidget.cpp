@@ -1,5 +1,6 @@
 #include "textbubblewidget.h"
 
+#include "platform/safety.h"
 #include "platform/theme.h"
 
 #include <QHBoxLayout>
@@ -15,7 +16,7 @@ KvTextBubbleWidget::KvTextBubbleWidget(bool isSend, const QString &text, QWidget
     setAttribute(Qt::WA_StyledBackground);
     label = new QLabel(this);
     label->setWordWrap(true);
-    label->setOpenExternalLinks(true);
+    KvSafety::routeLinks(label);
     setText(text);
     label->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
 
@@ -54,7 +55,7 @@ void KvTextBubbleWidget::setText(const QString &text)
             plainText.append(links.at(i));
         }
     }
-    label->setText(html);
+    KvSafety::setReceivedText(label, html);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse);
 }
 

@@ -26,6 +26,8 @@ KvFriendInfoDialog::KvFriendInfoDialog(const QString &userName, QWidget *parent)
 {
     auto *content = new QWidget;
     ui->setupUi(content);
+    for (QLabel *label : {ui->labelNickName, ui->labelHomeTown, ui->labelRemark})
+        label->setTextFormat(Qt::PlainText);
     setContentWidget(content);
     setWindowTitle(tr("资料"));
     ui->pushButtonHeadPortrait->setType(KvIconButton::Round);

@@ -5,6 +5,7 @@
 #include "chat/chatdialog.h"
 #include "messaging/msgcontentchattext.h"
 #include "messaging/wsmessagecontentfactory.h"
+#include "platform/safety.h"
 #include "store/friendmessagemanager.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
@@ -55,6 +56,8 @@ KvFriendMessageItemWidget::~KvFriendMessageItemWidget()
 void KvFriendMessageItemWidget::init()
 {
     ui->setupUi(this);
+    ui->labelName->setTextFormat(Qt::PlainText);
+    ui->labelMessage->setTextFormat(Qt::PlainText);
     setAttribute(Qt::WA_StyledBackground);
     ui->pushButtonHeadPortrait->setType(KvIconButton::Round);
     ui->pushButtonHeadPortrait->setDefaultIcon(defaultHeadPortrait());
@@ -152,7 +155,7 @@ void KvFriendMessageItemWidget::fitMessageText()
     }
     const QString shown = ui->labelMessage->fontMetrics().elidedText(line, Qt::ElideRight, ui->labelMessage->width());
     ui->labelMessage->setText(shown);
-    ui->labelMessage->setToolTip(shown == line ? QString() : messageText);
+    ui->labelMessage->setToolTip(shown == line ? QString() : KvSafety::plainToolTip(messageText));
 }
 
 // In the chat window's narrow tab list the date gives way, so that at least

@@ -32,6 +32,7 @@ void KvNoticeShowDialog::showUrl(const QString &url, QListWidgetItem *item)
     currentItem = item;
     ui->pushButtonPre->setEnabled(true);
     ui->pushButtonNext->setEnabled(true);
+    // An empty address leaves the view blank.
     webView->load(QUrl(url));
 }
 

@@ -69,7 +69,10 @@ int KvMessageBox::show(QWidget *parent, const QString &title, const QString &tex
         iconLabel->setFixedSize(32, 32);
         row->addWidget(iconLabel, 0, Qt::AlignTop);
     }
-    auto *textLabel = new QLabel(text, content);
+    // Texts name users and files that others chose.
+    auto *textLabel = new QLabel(content);
+    textLabel->setTextFormat(Qt::PlainText);
+    textLabel->setText(text);
     textLabel->setObjectName(QStringLiteral("labelText"));
     textLabel->setWordWrap(true);
     textLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);

@@ -4,7 +4,8 @@
 
 #include <QWebEngineView>
 
-// The web view of the module's windows: load(QUrl) as inherited.
+// The web view of the module's windows: load(QUrl) as inherited. With KvSafety
+// on it goes only to http and https pages, and local content reads no file.
 class KVPLATFORM_EXPORT KvWebEngineView : public QWebEngineView
 {
     Q_OBJECT
