@@ -12,6 +12,7 @@
 #include "store/usertitles.h"
 
 #include <QCursor>
+#include <QKeyEvent>
 #include <algorithm>
 #include <QListWidgetItem>
 
@@ -267,4 +268,13 @@ void KvChatDialog::slotCustomContextMenuRequested(QPoint pos)
     // After the menu has gone: removing the last conversation closes this window.
     if (!chosen.isEmpty())
         removeChat(chosen);
+}
+
+void KvChatDialog::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) {
+        event->accept();
+        return;
+    }
+    KvFramelessDialog::keyPressEvent(event);
 }

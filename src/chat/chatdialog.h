@@ -37,9 +37,9 @@ public:
     // becomes current, is marked read.
     static void openAllUnreadMessage();
 
-public Q_SLOTS:
+protected:
     // Esc would close the window and every open conversation with its draft.
-    void reject() override {}
+    void keyPressEvent(QKeyEvent *event) override;
 
 private Q_SLOTS:
     void slotCurrentRowChanged(int row);

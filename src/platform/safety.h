@@ -14,9 +14,8 @@ class QWidget;
 // received links open only for http, https and mailto, received markup reads no
 // resource, a received file that runs code asks before it opens, blocking
 // requests end after a transfer timeout, received files stream to disk, notices
-// load only web pages, a friend is removed only on the server's success, a
-// received message cannot take the id of one sent, and attachments come only
-// from files the user chose.
+// load only web pages, a friend is removed only on the server's success, and
+// attachments come only from files the user chose.
 //
 // Set it once at start, before the first window; it is read on every thread.
 class KVPLATFORM_EXPORT KvSafety

@@ -8,7 +8,6 @@
 #include "messaging/wscommunicationmanager.h"
 #include "messaging/wsmessagecontent.h"
 #include "platform/dataadapter.h"
-#include "platform/safety.h"
 #include "store/messagestatements_p.h"
 #include "transfer/messagefiledownloader.h"
 
@@ -17,7 +16,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSqlError>
-#include <QUuid>
 
 using namespace KvMessageStatements;
 
@@ -112,15 +110,11 @@ void KvFriendMessageManagerSync::slotOnNoticeMsgReceived(KvWSMessagePtr msg)
     KvFriendMessageData record;
     if (!fromWSMessage(record, msg))
         return;
-    // The sender chooses the local id; with the safety switch a peer cannot
-    // take the id of a message sent from here and so replace it.
-    if (KvSafety::enabled() && !record.isSend && claimsSentId(record, msg->toUsers()))
-        record.messageLocalId = QUuid::createUuid().toString(QUuid::Id128);
     const bool isFile = isFileType(record.type);
     if (isFile) {
         if (!record.isSend)
             record.status = 8;
-        record.fileInfo.messageLocalId = record.messageLocalId;
+        record.fileInfo.messageLocalId = msg->sid();
         // A received file needs the user folder; with the database closed it is dropped.
         if (!dataAdapter)
             return;
@@ -251,26 +245,6 @@ bool KvFriendMessageManagerSync::messageExists(const QString &table, const KvFri
 {
     QSqlQuery query = dataAdapter->sqlQuery(exists.arg(table, record.messageLocalId));
     return query.next();
-}
-
-bool KvFriendMessageManagerSync::claimsSentId(const KvFriendMessageData &record, const QStringList &toUsers)
-{
-    if (!dataAdapter)
-        return false;
-    for (const QString &to : toUsers) {
-        KvFriendMessageData copy = record;
-        copy.toUserId = to;
-        const QString table = messageTableName(copy);
-        if (!dataAdapter->hasTable(table))
-            continue;
-        QSqlQuery query = prepared(QStringLiteral("SELECT IsSend FROM %1 WHERE MessageLocalId=?;").arg(table));
-        query.bindValue(0, record.messageLocalId);
-        const bool sent = exec(query) && query.next() && query.value(0).toInt() == 1;
-        query.finish();
-        if (sent)
-            return true;
-    }
-    return false;
 }
 
 bool KvFriendMessageManagerSync::saveMessage(const KvFriendMessageData &record, bool emitNew)

@@ -46,8 +46,6 @@ private:
     bool createMessageTable(const QString &name);
     bool createFileTable();
     bool messageExists(const QString &table, const KvFriendMessageData &record);
-    // Whether a received record's local id is that of a message this user sent.
-    bool claimsSentId(const KvFriendMessageData &record, const QStringList &toUsers);
     bool insertMessage(const QString &table, const KvFriendMessageData &record, bool emitNew);
     bool updateMessage(const QString &table, const KvFriendMessageData &record);
     void writeLastMessageId(const QString &id);

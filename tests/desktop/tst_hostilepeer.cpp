@@ -167,6 +167,7 @@ void TestHostilePeer::attack_data()
     QTest::newRow("removal answered 404") << "removal" << "colleague" << "kept";
     QTest::newRow("removal declined") << "removal" << "friend" << "kept";
     QTest::newRow("stalled account service") << "stalled" << "" << "failed";
+    // A received frame's sid is never taken as a local id: the row keeps its own.
     QTest::newRow("reused id of a sent message") << "sentid" << "伪造的内容" << "我发的原话";
     QTest::newRow("Esc keeps the chat window and its drafts") << "escape" << "" << "open";
     QTest::newRow("pasted picture names a path") << "paste" << "<img title=\"/etc/passwd\" src=\"data:,\">贴" << "";
