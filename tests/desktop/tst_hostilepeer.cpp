@@ -11,6 +11,7 @@
 #include "platform/confirmbox.h"
 #include "platform/messagebox.h"
 #include "platform/safety.h"
+#include "platform/webengineview.h"
 #include "referenceserver.h"
 #include "store/friendmessagemanager.h"
 #include "store/usercommmanager.h"
@@ -26,6 +27,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QUuid>
+#include <QWebEnginePage>
 #include <QtTest>
 
 // A hostile peer against the desktop host with the safety switch on: each row
@@ -224,7 +226,8 @@ void TestHostilePeer::attack()
         QTRY_VERIFY_WITH_TIMEOUT(([&] {
                                      for (auto *w : chatDialog()->findChildren<KvFileWidget *>())
                                          if (w->findChild<QLabel *>("labelFileName")->text().startsWith(payload.section('.', 0, 0))
-                                             && w->findChild<QPushButton *>("pushButtonOpenFile")->isEnabled())
+                                             && w->findChild<QPushButton *>("pushButtonDownloadState")->text()
+                                                 == QStringLiteral("下载成功"))
                                              row = w;
                                      return row != nullptr;
                                  }()),
@@ -243,6 +246,15 @@ void TestHostilePeer::attack()
     } else if (kind == "notice") {
         const QString page = KvSafety::noticePageUrl(payload, KvUserManager::instance()->getUserLoginInfo().token, 7);
         QCOMPARE(page, expected);
+        // Even asked for directly, the notice view does not go to a local file.
+        KvWebEngineView view;
+        QSignalSpy finished(&view, &QWebEngineView::loadFinished);
+        view.load(QUrl(payload));
+        QVERIFY(finished.wait(20000));
+        QString text = "unread";
+        view.page()->toPlainText([&text](const QString &shown) { text = shown; });
+        QTRY_VERIFY(text != "unread");
+        QVERIFY2(expected.isEmpty() ? !text.contains("root:") : true, qPrintable(text));
     } else if (kind == "removal") {
         const QString peer = payload == "colleague" ? m_colleague : m_friend;
         if (history(peer).isEmpty())
