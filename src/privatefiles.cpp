@@ -1,6 +1,5 @@
 #include "privatefiles_p.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -29,7 +28,6 @@ void KvPrivateFiles::createFile(const QString &path)
     Q_UNUSED(path)
 #else
     if (!QFileInfo::exists(path)) {
-        QDir().mkpath(QFileInfo(path).absolutePath());
         QFile file(path);
         // Empty while its mode is not yet narrowed.
         if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly))

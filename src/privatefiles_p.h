@@ -13,6 +13,7 @@ public:
     // An existing file; a missing one is left missing.
     static void restrictFile(const QString &path);
     // Makes the file empty and private before anyone writes to it, or
-    // restricts the one that exists. Its folder is made if needed.
+    // restricts the one that exists. No folder is made: in a missing one
+    // nothing is created, and whoever opens the file next fails as before.
     static void createFile(const QString &path);
 };

@@ -131,6 +131,8 @@ void KvConsoleHost::start()
     // The server may close the link cleanly (a restart, a text it refused):
     // the module leaves such a link down, a host brings it back.
     m_reconnect = new KvReconnectHelper(this);
+    // A catch-up cut by the link is sent again whole: keep one row a message.
+    KvUserCommManager::setDropRedeliveredMessages(true);
 
     KvUserManager *users = KvUserManager::instance();
     users->init();

@@ -59,6 +59,8 @@ KvDesktopWindow::KvDesktopWindow(QWidget *parent)
     // The module waits for a socket error before it reconnects; after a clean
     // close by the server (a restart, a deployment) the host brings it back.
     m_reconnect = new KvReconnectHelper(this);
+    // A catch-up cut by the link is sent again whole: keep one row a message.
+    KvUserCommManager::setDropRedeliveredMessages(true);
 
     connect(store, &KvUserCommManager::signalLaodFile, this, &KvDesktopWindow::slotLoadFile);
     Mc::eventDispatcher()->connectToEventImpl(QStringLiteral("task.file.prepare"), this,

@@ -64,6 +64,7 @@ class AdminApi:
             web.post("/admin/refuse", self.refuse),
             web.post("/admin/hold_sss", self.hold_sss),
             web.post("/admin/hold_account", self.hold_account),
+            web.post("/admin/catch_up_pause", self.catch_up_pause),
             web.post("/admin/fail_block", self.fail_block),
             web.get("/admin/messages", self.messages),
             web.get("/admin/queue", self.queue),
@@ -241,6 +242,11 @@ class AdminApi:
             self.account_hold.set()
             self.account_hold = None
         return _json({"on": self.account_hold is not None})
+
+    async def catch_up_pause(self, request):
+        obj = await self.body(request)
+        self.hub.catch_up_pause = max(0.0, float(obj.get("seconds", 0)))
+        return _json({"seconds": self.hub.catch_up_pause})
 
     async def fail_block(self, request):
         obj = await self.body(request)

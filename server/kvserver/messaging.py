@@ -70,6 +70,7 @@ class MessageHub:
         self.hold_sss = False
         self.held_sss = []         # (Connection, frame)
         self.refuse_until = 0.0    # answer upgrades with 503 until then
+        self.catch_up_pause = 0.0  # seconds between the arrays of a catch-up (a slow link)
         self.agent_cursor = 0
         self.agent_of = {}         # user -> assigned agent
         self.listener = None       # set by the launcher; can stop listening for a while
@@ -206,20 +207,18 @@ class MessageHub:
         self.store.acknowledge(conn.username, ids)
 
     async def on_catch_up(self, conn, data):
-        mark = data.get("message_id") if isinstance(data, dict) else None
-        try:
-            last = int(str(mark)) if mark not in (None, "") else None
-        except ValueError:
-            last = None
-        if last is not None:
-            # Whatever the client has stored counts as delivered.
-            self.store.acknowledge_upto(conn.username, last)
+        # The client's mark is the last id it stored, and it moves with live messages
+        # too: queued messages below it may never have reached the client. Only "RRR"
+        # acknowledges, so a catch-up sends everything still unacknowledged, whatever
+        # the mark says; the client drops what it already has.
         rows = [r for r in self.store.queued(conn.username) if r["id"] not in conn.sent_ids]
         for start in range(0, len(rows), CATCH_UP_BATCH):
             chunk = rows[start:start + CATCH_UP_BATCH]
             conn.sent_ids.update(r["id"] for r in chunk)
             if not await self.send(conn, [frame_of(r) for r in chunk]):
                 break
+            if self.catch_up_pause and start + CATCH_UP_BATCH < len(rows):
+                await asyncio.sleep(self.catch_up_pause)
 
     async def on_chat(self, conn, obj):
         to = obj.get("to")
@@ -319,6 +318,7 @@ class MessageHub:
         self.held_sss.clear()
         self.hold_sss = False
         self.refuse_until = 0.0
+        self.catch_up_pause = 0.0
 
 
 def abort_connection(request):

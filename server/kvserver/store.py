@@ -244,12 +244,6 @@ class Store:
             n += cur.rowcount
         return n
 
-    def acknowledge_upto(self, username, last_id):
-        cur = self.db.execute("UPDATE deliveries SET acked = 1, acked_time = ?"
-                              " WHERE username = ? AND message_id <= ? AND acked = 0",
-                              (int(time.time()), username, last_id))
-        return cur.rowcount
-
     def queued(self, username):
         return self._all("SELECT messages.* FROM deliveries JOIN messages ON id = message_id"
                          " WHERE username = ? AND acked = 0 ORDER BY id", username)

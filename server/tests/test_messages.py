@@ -73,13 +73,14 @@ async def test_catch_up_returns_exactly_the_unacknowledged_messages(client):
     await asyncio.sleep(0.05)
     await client.admin("POST", "close", {"username": "lina", "mode": "abort"})
 
-    # ...but had stored up to the second: the mark takes both as delivered.
+    # A mark above a message that no "RRR" covered does not acknowledge it: a live
+    # message may have moved the mark while that one was lost with the link.
     b = await client.user("lina")
-    await b.catch_up(ids[1])
-    assert [f["message_id"] for f in await b.recv()] == ids[2:]
-    await b.catch_up(ids[1])                   # already sent on this link: nothing twice
+    await b.catch_up(ids[2])
+    assert [f["message_id"] for f in await b.recv()] == ids[1:]
+    await b.catch_up(ids[3])                   # already sent on this link: nothing twice
     assert await b.silent()
-    await b.ack(*[{"message_id": i} for i in ids[2:]])
+    await b.ack(*[{"message_id": i} for i in ids[1:]])
     await asyncio.sleep(0.05)
 
     b = await client.user("lina")

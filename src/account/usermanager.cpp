@@ -14,6 +14,8 @@
 #include "privatefiles_p.h"
 
 #include <QBuffer>
+#include <QDir>
+#include <QFileInfo>
 #include <QHttpMultiPart>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -195,6 +197,8 @@ void KvUserManager::writeToRegedit(bool isVisitor)
 {
     const std::unique_ptr<QSettings> settings = openSettings();
     // The token signs in without a password: its file is the user's alone.
+    // Its folder is the one the settings would make at their first write.
+    QDir().mkpath(QFileInfo(settings->fileName()).absolutePath());
     KvPrivateFiles::createFile(settings->fileName());
     if (!isVisitor)
         settings->setValue(keyToken, KvEncrypter::encrypt(loginUser.token.toLatin1(), false));

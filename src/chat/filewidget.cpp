@@ -42,6 +42,11 @@ KvFileWidget::KvFileWidget(const KvFriendMessageData &message, QWidget *parent)
     ui->setupUi(this);
     ui->labelFileName->setTextFormat(Qt::PlainText);
     setAttribute(Qt::WA_StyledBackground);
+    // The form's widths fit the Chinese texts; a translation takes what it needs.
+    if (ui->pushButtonOpenFile->text() != QStringLiteral("打开"))
+        ui->pushButtonOpenFile->setMaximumWidth(QWIDGETSIZE_MAX);
+    if (ui->pushButtonSaveAs->text() != QStringLiteral("另存为"))
+        ui->pushButtonSaveAs->setMaximumWidth(QWIDGETSIZE_MAX);
 
     connect(ui->pushButtonOpenFile, &QPushButton::clicked, this, [this] { openFile(filePath); });
     connect(ui->pushButtonOpenDir, &QPushButton::clicked, this, [this] { openFolder(filePath, this); });

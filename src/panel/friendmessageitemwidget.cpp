@@ -5,7 +5,6 @@
 #include "chat/chatdialog.h"
 #include "messaging/msgcontentchattext.h"
 #include "messaging/wsmessagecontentfactory.h"
-#include "platform/safety.h"
 #include "store/friendmessagemanager.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
@@ -56,8 +55,6 @@ KvFriendMessageItemWidget::~KvFriendMessageItemWidget()
 void KvFriendMessageItemWidget::init()
 {
     ui->setupUi(this);
-    ui->labelName->setTextFormat(Qt::PlainText);
-    ui->labelMessage->setTextFormat(Qt::PlainText);
     setAttribute(Qt::WA_StyledBackground);
     ui->pushButtonHeadPortrait->setType(KvIconButton::Round);
     ui->pushButtonHeadPortrait->setDefaultIcon(defaultHeadPortrait());
@@ -128,34 +125,12 @@ void KvFriendMessageItemWidget::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
     fitNameAndDate();
-    fitMessageText();
 }
 
-void KvFriendMessageItemWidget::showEvent(QShowEvent *event)
-{
-    QWidget::showEvent(event);
-    fitMessageText();
-}
-
+// The label keeps the whole text; it is cut only where it is painted.
 void KvFriendMessageItemWidget::setMessageText(const QString &text)
 {
-    messageText = text;
-    fitMessageText();
-}
-
-// One line, cut with an ellipsis where the row ends; the whole text is the tooltip.
-void KvFriendMessageItemWidget::fitMessageText()
-{
-    QString line = messageText;
-    line.replace(QLatin1Char('\n'), QLatin1Char(' '));
-    if (!isVisible()) {
-        ui->labelMessage->setText(line);
-        ui->labelMessage->setToolTip(QString());
-        return;
-    }
-    const QString shown = ui->labelMessage->fontMetrics().elidedText(line, Qt::ElideRight, ui->labelMessage->width());
-    ui->labelMessage->setText(shown);
-    ui->labelMessage->setToolTip(shown == line ? QString() : KvSafety::plainToolTip(messageText));
+    ui->labelMessage->setText(text);
 }
 
 // In the chat window's narrow tab list the date gives way, so that at least

@@ -31,7 +31,6 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
-    void showEvent(QShowEvent *event) override;
 
 private Q_SLOTS:
     void slotFriendToCustomerService(KvUserInfoFriend friendInfo);
@@ -41,9 +40,7 @@ private:
     void setHead(const QPixmap &portrait);
     void fitNameAndDate();
     void setMessageText(const QString &text);
-    void fitMessageText();
 
     Ui::KvFriendMessageItemWidget *ui = nullptr;
     QString userName;
-    QString messageText;
 };

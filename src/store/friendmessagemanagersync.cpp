@@ -9,6 +9,7 @@
 #include "messaging/wsmessagecontent.h"
 #include "platform/dataadapter.h"
 #include "store/messagestatements_p.h"
+#include "store/usercommmanager.h"
 #include "transfer/messagefiledownloader.h"
 
 #include <QDir>
@@ -110,6 +111,16 @@ void KvFriendMessageManagerSync::slotOnNoticeMsgReceived(KvWSMessagePtr msg)
     KvFriendMessageData record;
     if (!fromWSMessage(record, msg))
         return;
+    if (KvUserCommManager::dropsRedeliveredMessages()) {
+        QStringList tables;
+        for (const QString &to : msg->toUsers()) {
+            KvFriendMessageData copy = record;
+            copy.toUserId = to;
+            tables << messageTableName(copy);
+        }
+        if (isRedelivery(record, tables))
+            return;
+    }
     const bool isFile = isFileType(record.type);
     if (isFile) {
         if (!record.isSend)
@@ -168,6 +179,9 @@ void KvFriendMessageManagerSync::storeSystemMessage(const KvWSMessagePtr &msg, i
 {
     KvFriendMessageData record;
     if (!fromWSMessage(record, msg))
+        return;
+    if (KvUserCommManager::dropsRedeliveredMessages()
+        && isRedelivery(record, {friendMessageTableName(systemUserName)}))
         return;
     for (const QString &to : msg->toUsers()) {
         KvFriendMessageData copy = record;
@@ -245,6 +259,23 @@ bool KvFriendMessageManagerSync::messageExists(const QString &table, const KvFri
 {
     QSqlQuery query = dataAdapter->sqlQuery(exists.arg(table, record.messageLocalId));
     return query.next();
+}
+
+bool KvFriendMessageManagerSync::isRedelivery(const KvFriendMessageData &record, const QStringList &tables)
+{
+    if (!dataAdapter || record.messageServerId.isEmpty())
+        return false;
+    for (const QString &table : tables) {
+        if (!dataAdapter->hasTable(table))
+            continue;
+        QSqlQuery query = prepared(QStringLiteral("SELECT 1 FROM %1 WHERE MessageServerId=? LIMIT 1;").arg(table));
+        query.bindValue(0, record.messageServerId);
+        const bool found = exec(query) && query.next();
+        query.finish();
+        if (found)
+            return true;
+    }
+    return false;
 }
 
 bool KvFriendMessageManagerSync::saveMessage(const KvFriendMessageData &record, bool emitNew)

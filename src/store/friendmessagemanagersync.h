@@ -46,6 +46,7 @@ private:
     bool createMessageTable(const QString &name);
     bool createFileTable();
     bool messageExists(const QString &table, const KvFriendMessageData &record);
+    bool isRedelivery(const KvFriendMessageData &record, const QStringList &tables);
     bool insertMessage(const QString &table, const KvFriendMessageData &record, bool emitNew);
     bool updateMessage(const QString &table, const KvFriendMessageData &record);
     void writeLastMessageId(const QString &id);

@@ -16,6 +16,8 @@
 #include <QDir>
 #include <QSettings>
 
+#include <atomic>
+
 namespace {
 
 bool g_instanceMade = false;
@@ -44,6 +46,20 @@ QString resolveUserWorkPath()
 }
 
 } // namespace
+
+namespace {
+std::atomic<bool> dropRedelivered{false};
+}
+
+void KvUserCommManager::setDropRedeliveredMessages(bool on)
+{
+    dropRedelivered = on;
+}
+
+bool KvUserCommManager::dropsRedeliveredMessages()
+{
+    return dropRedelivered;
+}
 
 KvUserCommManager *KvUserCommManager::instance()
 {

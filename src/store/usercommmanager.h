@@ -32,6 +32,13 @@ public:
     static void closeDb(KvDataAdapter *adapter);
     static QString userWorkPath();
 
+    // Off by default: a received message carries no identity of its own but its
+    // server id, so one that the server sends again (its "RRR" was lost with the
+    // link) is stored a second time. When on, a received message whose server id
+    // its conversation already holds is dropped. Any thread.
+    static void setDropRedeliveredMessages(bool on);
+    static bool dropsRedeliveredMessages();
+
     KvFriendManager *friendManager() const { return m_friendManager; }
     KvFriendMessageManager *friendMessageManager() const { return m_friendMessageManager; }
     KvGroupManager *enterpriseManager() const { return m_enterpriseManager; }

@@ -29,7 +29,8 @@ private Q_SLOTS:
     void initTestCase();
     void cleanup();
     void createChatSelectsAnOpenConversation();
-    void closingTheLastConversationClosesTheWindow();
+    void closing_data();
+    void closing();
     void openAllUnreadMessage();
     void messagesReachOnlyOpenConversations();
     void badgesStayStillForTheCurrentConversation();
@@ -126,8 +127,9 @@ void TestChatDialog::createChatSelectsAnOpenConversation()
     QCOMPARE(rows(page("peerA")), 2);
 
     receive("peerA", "while away");
-    QCOMPARE(unread("peerA"), 1);
-    QCOMPARE(tab("peerA")->findChild<QLabel *>("msgCntLabel")->text(), "1");
+    receive("peerA", "and again");
+    QCOMPARE(unread("peerA"), 2);
+    QCOMPARE(tab("peerA")->findChild<QLabel *>("msgCntLabel")->text(), "2");
 
     KvChatDialog::createChat("peerA", nullptr, true);
     QCOMPARE(keys(), (QStringList{"peerB", "peerA"}));
@@ -135,18 +137,59 @@ void TestChatDialog::createChatSelectsAnOpenConversation()
     QCOMPARE(KvChatDialog::currentChatUser(), "peerA");
     QCOMPARE(unread("peerA"), 0);
     QVERIFY(!tab("peerA")->findChild<QLabel *>("msgCntLabel")->isVisible());
-    QCOMPARE(rows(page("peerA")), 3);
+    QCOMPARE(rows(page("peerA")), 4);
 }
 
-void TestChatDialog::closingTheLastConversationClosesTheWindow()
+void TestChatDialog::closing_data()
 {
-    KvChatDialog::createChat("peerA", nullptr, false);
-    KvChatDialog::createChat("peerB", nullptr, false);
+    QTest::addColumn<QString>("closed");
+    QTest::addColumn<QStringList>("left");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("the newest, current at once") << "closeC" << QStringList{"closeB", "closeA"} << "closeB";
+    QTest::newRow("the middle one, chosen first") << "closeB" << QStringList{"closeC", "closeA"} << "closeA";
+    QTest::newRow("the oldest, chosen first") << "closeA" << QStringList{"closeC", "closeB"} << "closeB";
+}
+
+// Each conversation holds as many messages as its place, so the page on screen
+// tells which conversation it is.
+void TestChatDialog::closing()
+{
+    QFETCH(QString, closed);
+    QFETCH(QStringList, left);
+    QFETCH(QString, shown);
+    // Fresh peers for each row: their stores start empty.
+    static int run = 0;
+    const QString suffix = QString::number(++run);
+    closed += suffix;
+    shown += suffix;
+    for (QString &key : left)
+        key += suffix;
+    const QStringList peers{"closeA" + suffix, "closeB" + suffix, "closeC" + suffix};
+    for (int i = 0; i < peers.size(); ++i) {
+        for (int n = 0; n <= i; ++n)
+            receive(peers.at(i), QString::number(n));
+        KvChatDialog::createChat(peers.at(i), nullptr, false);
+    }
     QPointer<KvChatDialog> window = dialog();
-    QTest::mouseClick(page("peerB")->findChild<QPushButton *>("pushButtonClose"), Qt::LeftButton);
-    QCOMPARE(keys(), QStringList{"peerA"});
-    QCOMPARE(KvChatDialog::currentChatUser(), "peerA");
-    QTest::mouseClick(page("peerA")->findChild<QPushButton *>("pushButtonClose"), Qt::LeftButton);
+    auto *stack = window->findChild<QStackedWidget *>("stackedWidget");
+    QTest::mouseClick(list()->viewport(), Qt::LeftButton, {},
+                      list()->visualItemRect(list()->item(keys().indexOf(closed))).center());
+    KvChatWidget *gone = page(closed);
+    QCOMPARE(stack->currentWidget(), gone);
+    QTest::mouseClick(gone->findChild<QPushButton *>("pushButtonClose"), Qt::LeftButton);
+
+    QCOMPARE(keys(), left);
+    QCOMPARE(stack->count(), 2);
+    QCOMPARE(stack->indexOf(gone), -1);
+    for (const QString &key : left)
+        QVERIFY(stack->indexOf(page(key)) >= 0);
+    QCOMPARE(KvChatDialog::currentChatUser(), shown);
+    QCOMPARE(rows(static_cast<KvChatWidget *>(stack->currentWidget())), peers.indexOf(shown) + 1);
+
+    // Closing what is left closes the window.
+    for (int i = 0; i < left.size(); ++i)
+        QTest::mouseClick(static_cast<KvChatWidget *>(stack->currentWidget())->findChild<QPushButton *>("pushButtonClose"),
+                          Qt::LeftButton);
     QVERIFY(!window->isVisible());
     QCOMPARE(KvChatDialog::currentChatUser(), QString());
     QTRY_VERIFY(!window);

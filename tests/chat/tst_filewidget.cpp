@@ -9,6 +9,7 @@
 #include "store/friendmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "transfer/sendmessagehelper.h"
+#include "translations.h"
 
 #include <QDesktopServices>
 #include <QLabel>
@@ -92,6 +93,37 @@ private Q_SLOTS:
         KvFileWidget row(record(6, size));
         QCOMPARE(row.findChild<QLabel *>("labelFileSize")->text(), text);
         QCOMPARE(row.findChild<QLabel *>("labelFileName")->text(), QStringLiteral("测区边界.kml"));
+    }
+
+    void buttonWidths_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("open");
+        QTest::addColumn<int>("openWidth");
+        QTest::addColumn<QString>("saveAs");
+        QTest::addColumn<int>("saveAsWidth");
+        QTest::newRow("Chinese keeps the form's widths") << "zh" << "打开" << 35 << "另存为" << 50;
+        QTest::newRow("English takes what it needs") << "en" << "Open" << QWIDGETSIZE_MAX << "Save as" << QWIDGETSIZE_MAX;
+    }
+    void buttonWidths()
+    {
+        QFETCH(QString, language);
+        QFETCH(QString, open);
+        QFETCH(int, openWidth);
+        QFETCH(QString, saveAs);
+        QFETCH(int, saveAsWidth);
+        kvmessLoadTranslation(QLocale(language));
+        KvFileWidget row(record(9));
+        kvmessLoadTranslation(QLocale("zh"));
+        row.show();
+        for (const auto &[name, text, width] : {std::tuple{"pushButtonOpenFile", open, openWidth},
+                                                std::tuple{"pushButtonSaveAs", saveAs, saveAsWidth}}) {
+            auto *button = row.findChild<QPushButton *>(name);
+            QCOMPARE(button->text(), text);
+            QCOMPARE(button->maximumWidth(), width);
+            if (width == QWIDGETSIZE_MAX)
+                QVERIFY2(button->width() >= button->fontMetrics().horizontalAdvance(text), name);
+        }
     }
 
     void states_data()

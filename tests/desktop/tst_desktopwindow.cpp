@@ -25,6 +25,8 @@ private Q_SLOTS:
     void startsAsVisitor();
     void refusedSignInStaysInTheDialog();
     void signInShowsUserLinkAndLiveBadges();
+    void titleFollowsTheLink_data();
+    void titleFollowsTheLink();
     void showsWhatTheModuleHandsItsHost();
     void cleanupTestCase();
 
@@ -94,6 +96,25 @@ void TestDesktopWindow::signInShowsUserLinkAndLiveBadges()
     QVERIFY(messages->isVisible());
     QTRY_VERIFY_WITH_TIMEOUT(notices->isVisible(), 10000);
     QCOMPARE(notices->text(), QStringLiteral("1"));
+}
+
+void TestDesktopWindow::titleFollowsTheLink_data()
+{
+    QTest::addColumn<QString>("mode");
+    QTest::newRow("the server closes the link") << "clean";
+    QTest::newRow("the connection is reset") << "abort";
+}
+
+void TestDesktopWindow::titleFollowsTheLink()
+{
+    QFETCH(QString, mode);
+    QTRY_VERIFY_WITH_TIMEOUT(m_window->windowTitle().contains(QStringLiteral("消息已连接")), 10000);
+    // Kept out long enough to see the title while the link is down.
+    ReferenceServer::adminPost("refuse", {{"seconds", 2}, {"mode", "http"}});
+    ReferenceServer::adminPost("close", {{"username", m_me}, {"mode", mode}, {"code", 1001}});
+    QTRY_VERIFY_WITH_TIMEOUT(m_window->windowTitle().contains(QStringLiteral("消息未连接")), 5000);
+    QVERIFY(m_window->windowTitle().contains(QStringLiteral("桌面用户")));
+    QTRY_VERIFY_WITH_TIMEOUT(m_window->windowTitle().contains(QStringLiteral("消息已连接")), 15000);
 }
 
 void TestDesktopWindow::showsWhatTheModuleHandsItsHost()

@@ -1,8 +1,10 @@
 #include "account/usermanager.h"
 #include "panel/friendmessagewidget.h"
 #include "panel/listwidgetsortitem.h"
+#include "platform/elidedlabel.h"
 #include "platform/menu.h"
 #include "referenceserver.h"
+#include "widgetdriver.h"
 #include "store/friendmessagemanager.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
@@ -21,29 +23,13 @@
 
 #include <cmath>
 
+using WidgetDriver::hoverText;
+
 namespace {
 
-// Runs the page's context menu at `pos` of its viewport; gives the menu's
-// texts and triggers the one named `choice`, if any.
 QStringList contextMenu(QListWidget *list, const QPoint &pos, const QString &choice = {})
 {
-    QStringList texts;
-    QTimer::singleShot(0, [&] {
-        for (QWidget *widget : QApplication::topLevelWidgets()) {
-            auto *menu = qobject_cast<KvMenu *>(widget);
-            if (!menu || !menu->isVisible())
-                continue;
-            for (QAction *action : menu->actions()) {
-                texts << action->text();
-                if (action->text() == choice)
-                    action->trigger();
-            }
-            menu->close();
-        }
-    });
-    QContextMenuEvent event(QContextMenuEvent::Mouse, pos, list->viewport()->mapToGlobal(pos));
-    QApplication::sendEvent(list->viewport(), &event);
-    return texts;
+    return WidgetDriver::contextMenu(list->viewport(), pos, choice);
 }
 
 } // namespace
@@ -190,12 +176,20 @@ void TestFriendMessageWidget::newMessageMovesItsConversationToTheTop()
     QCOMPARE(list.count(), rows);
     QCOMPARE(keys(list).first(), "900100");
 
-    // Longer than the row: cut with an ellipsis, whole in the tooltip.
+    // Longer than the row: the label keeps the whole text and paints it cut with
+    // an ellipsis, whole in the tooltip; a short one is painted whole.
     const QString longText = QString("一二三四五六七八九十").repeated(8);
     store("peerD", longText, 40);
-    QLabel *message = row(list, "peerD")->findChild<QLabel *>("labelMessage");
-    QVERIFY(message->text().endsWith(QChar(0x2026)));
-    QCOMPARE(message->toolTip(), longText);
+    auto *message = row(list, "peerD")->findChild<KvElidedLabel *>("labelMessage");
+    QCOMPARE(message->text(), longText);
+    QVERIFY(message->shownText().endsWith(QChar(0x2026)));
+    QVERIFY(longText.startsWith(message->shownText().chopped(1)));
+    QCOMPARE(hoverText(message), longText);
+    store("peerD", "王芳发来一条", 41);
+    message = row(list, "peerD")->findChild<KvElidedLabel *>("labelMessage");
+    QCOMPARE(message->text(), "王芳发来一条");
+    QCOMPARE(message->shownText(), "王芳发来一条");
+    QCOMPARE(hoverText(message), QString());
 }
 
 void TestFriendMessageWidget::contextMenu()

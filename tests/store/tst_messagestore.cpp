@@ -7,6 +7,7 @@
 #include "store/usercommmanager.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSettings>
@@ -66,6 +67,8 @@ private Q_SLOTS:
     void ingest();
     void ownMessagesFromOtherDevices();
     void groupMessageOncePerAddressee();
+    void redelivery_data();
+    void redelivery();
     void receivedFiles();
     void userDataIsPrivate_data();
     void userDataIsPrivate();
@@ -251,6 +254,41 @@ void TestMessageStore::groupMessageOncePerAddressee()
     QCOMPARE(rows("GroupMessageTable_900001").first().value("ToUserId").toString(), QStringLiteral("900001"));
 }
 
+void TestMessageStore::redelivery_data()
+{
+    QTest::addColumn<bool>("drop");
+    QTest::addColumn<int>("rowsKept");
+    QTest::newRow("stored twice by default") << false << 2;
+    QTest::newRow("dropped when the host asks") << true << 1;
+}
+
+void TestMessageStore::redelivery()
+{
+    QFETCH(bool, drop);
+    QFETCH(int, rowsKept);
+    KvUserCommManager::setDropRedeliveredMessages(drop);
+    const QString table = "FriendMessageTable_" + m_friend;
+    const QString id = QString::number(990000 + rowsKept);
+    const QJsonObject frame{{"type", "BBC"}, {"message_id", id}, {"create_time", 1700000000}, {"from", m_friend},
+                            {"to", QJsonArray{m_me}}, {"group", false}, {"platform", "pc-pro"},
+                            {"data", QJsonObject{{"content", "sent again after a cut " + id}}}};
+    const QString raw = QString::fromUtf8(QJsonDocument(frame).toJson(QJsonDocument::Compact));
+    const auto copies = [&] {
+        const auto all = rows(table);
+        return std::count_if(all.cbegin(), all.cend(), [&](const QVariantMap &row) {
+            return row.value("MessageServerId").toString() == id;
+        });
+    };
+    ReferenceServer::adminPost("push", {{"to", m_me}, {"raw", raw}});
+    QTRY_COMPARE(copies(), 1);
+    ReferenceServer::adminPost("push", {{"to", m_me}, {"raw", raw}});
+    // A later message proves the second copy has been handled.
+    push("BBC", {{"text", "after " + id}}, m_friend, {m_me});
+    QTRY_VERIFY(rows(table).last().value("Content").toString().contains("after " + id));
+    KvUserCommManager::setDropRedeliveredMessages(false);
+    QCOMPARE(copies(), rowsKept);
+}
+
 void TestMessageStore::receivedFiles()
 {
     FakeHttpServer files;
@@ -407,6 +445,20 @@ void TestMessageStore::logoutClosesAndSwitchReopens()
     QCOMPARE(databases.count(), 2);
     QVERIFY(databases.last().at(0).toString().endsWith(QStringLiteral("UserInfo/%1/%1.db").arg(m_other)));
     QTRY_COMPARE(storeConnections().size(), 8);
+
+    // A name no folder can hold: the file cannot be opened, nothing is made for
+    // it, and the session goes on without a store.
+    const QString slashed = ReferenceServer::createAccount("bad/", password).value("username").toString();
+    QVERIFY(slashed.startsWith("bad/"));
+    KvUserManager::instance()->logOut();
+    QSignalSpy comm(KvUserCommManager::instance(), &KvUserCommManager::signalCommLoginStateChanged);
+    QVERIFY(KvUserManager::instance()->requestLoginByPassword(slashed, password));
+    QCOMPARE(databases.count(), 3);
+    QTRY_COMPARE(storeConnections().size(), 0);
+    QVERIFY(!comm.isEmpty() && comm.last().at(0).toBool());
+    const QString userFolder = m_dir.filePath("work/not/yet/UserInfo/" + slashed);
+    QVERIFY(QFileInfo(userFolder).isDir());
+    QVERIFY(!QFileInfo::exists(userFolder + "/bad"));
 }
 
 QTEST_MAIN(TestMessageStore)
