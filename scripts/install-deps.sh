@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs the Debian packages the build, the tests and the reference server need,
 # when any is missing. Idempotent.
 set -euo pipefail
@@ -9,6 +10,7 @@ packages=(
     python3 python3-aiohttp python3-cryptography python3-pytest python3-pytest-aiohttp
     valgrind
     fonts-wqy-microhei xvfb xauth qttools5-dev-tools
+    dbus dpkg-dev fakeroot file lintian desktop-file-utils appstream
 )
 missing=()
 for package in "${packages[@]}"; do

@@ -101,6 +101,68 @@
     </message>
 </context>
 <context>
+    <name>KvDesktopNotifier</name>
+    <message>
+        <source>[文件]</source>
+        <translation>[File]</translation>
+    </message>
+    <message>
+        <source>[图片]</source>
+        <translation>[Picture]</translation>
+    </message>
+    <message>
+        <source>新的好友请求</source>
+        <translation>New friend request</translation>
+    </message>
+    <message>
+        <source>新通知</source>
+        <translation>New notice</translation>
+    </message>
+    <message>
+        <source>%1（%2 条新消息）</source>
+        <translation>%1 (%2 new messages)</translation>
+    </message>
+    <message>
+        <source>打开会话</source>
+        <translation>Open conversation</translation>
+    </message>
+</context>
+<context>
+    <name>KvDesktopTray</name>
+    <message>
+        <source>打开 KvMess</source>
+        <translation>Open KvMess</translation>
+    </message>
+    <message>
+        <source>通知</source>
+        <translation>Notices</translation>
+    </message>
+    <message>
+        <source>消息</source>
+        <translation>Chats</translation>
+    </message>
+    <message>
+        <source>好友</source>
+        <translation>Friends</translation>
+    </message>
+    <message>
+        <source>团队</source>
+        <translation>Teams</translation>
+    </message>
+    <message>
+        <source>退出登录</source>
+        <translation>Sign out</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>Quit</translation>
+    </message>
+    <message>
+        <source>KvMess：%1 条未读</source>
+        <translation>KvMess: %1 unread</translation>
+    </message>
+</context>
+<context>
     <name>KvDesktopWindow</name>
     <message>
         <source>消息</source>
@@ -185,6 +247,26 @@
     <message>
         <source>下载任务：准备文件</source>
         <translation>Download task: preparing file</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Retry</translation>
+    </message>
+    <message>
+        <source>桌面通知</source>
+        <translation>Desktop notifications</translation>
+    </message>
+    <message>
+        <source>访客模式：登录后可收发消息</source>
+        <translation>Visitor mode: sign in to send and receive messages</translation>
+    </message>
+    <message>
+        <source>登录被拒绝：%1 的密码不对</source>
+        <translation>Sign-in refused: wrong password for %1</translation>
+    </message>
+    <message>
+        <source>无法连接服务器 %1</source>
+        <translation>Cannot reach the server %1</translation>
     </message>
 </context>
 <context>

@@ -1,6 +1,11 @@
+// SPDX-License-Identifier: MIT
 #include "desktopwindow.h"
 
+#include "account/accountnames.h"
 #include "account/usermanager.h"
+#include "chat/chatdialog.h"
+#include "desktopnotifier.h"
+#include "desktoptray.h"
 #include "mapcanvas.h"
 #include "messaging/reconnecthelper.h"
 #include "messaging/wscommunicationmanager.h"
@@ -8,23 +13,37 @@
 #include "panel/usercommwidget.h"
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
+#include "serverprobe.h"
 #include "signindialog.h"
 #include "store/usercommmanager.h"
 
 #include <QAbstractButton>
+#include <QApplication>
+#include <QCloseEvent>
 #include <QDockWidget>
 #include <QLabel>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QStatusBar>
+#include <QSystemTrayIcon>
+
+#include <cstdio>
 
 namespace {
 constexpr int StatusMs = 8000;
+}
+
+// The host's resources live in a static library: they must be pulled in by name.
+static void initDesktopResources()
+{
+    Q_INIT_RESOURCE(desktop);
 }
 
 KvDesktopWindow::KvDesktopWindow(QWidget *parent)
     : QMainWindow(parent)
 {
     setObjectName(QStringLiteral("desktopWindow"));
+    initDesktopResources();
     // The store listens before the first sign-in, as it does in the application.
     KvUserCommManager *store = KvUserCommManager::instance();
 
@@ -43,9 +62,23 @@ KvDesktopWindow::KvDesktopWindow(QWidget *parent)
     m_dock->setMinimumWidth(340);
     addDockWidget(Qt::RightDockWidgetArea, m_dock);
 
+    m_retryButton = new QPushButton(tr("重试"), this);
+    m_retryButton->setObjectName(QStringLiteral("pushButtonRetry"));
+    m_retryButton->hide();
+    connect(m_retryButton, &QPushButton::clicked, this, &KvDesktopWindow::slotRetry);
+    statusBar()->addPermanentWidget(m_retryButton);
     m_linkLabel = new QLabel(this);
     m_linkLabel->setObjectName(QStringLiteral("labelLink"));
     statusBar()->addPermanentWidget(m_linkLabel);
+
+    setWindowIcon(QIcon(QStringLiteral(":/desktop/kvmess-desktop.svg")));
+    m_tray = new KvDesktopTray(this);
+    // Where the desktop has a tray, closing the window leaves the host running there.
+    if (QSystemTrayIcon::isSystemTrayAvailable())
+        m_tray->trayIcon()->show();
+    m_notifier = new KvDesktopNotifier(this);
+    m_notifier->setFallbackTray(m_tray->trayIcon());
+    connect(m_notifier, &KvDesktopNotifier::signalOpenConversation, this, &KvDesktopWindow::slotOpenConversation);
     buildMenus();
 
     KvUserManager *users = KvUserManager::instance();
@@ -77,7 +110,8 @@ void KvDesktopWindow::buildMenus()
     account->addAction(tr("编辑资料..."), this, &KvDesktopWindow::slotEditProfile)
         ->setObjectName(QStringLiteral("actionEditProfile"));
     account->addSeparator();
-    account->addAction(tr("退出(&Q)"), this, &QWidget::close, QKeySequence::Quit);
+    account->addAction(tr("退出(&Q)"), this, &KvDesktopWindow::slotQuit, QKeySequence::Quit)
+        ->setObjectName(QStringLiteral("actionQuit"));
 
     QMenu *messages = menuBar()->addMenu(tr("消息(&M)"));
     messages->addAction(tr("打开全部未读消息"), this, [this] { m_panel->openAllUnreadMessage(); });
@@ -87,14 +121,124 @@ void KvDesktopWindow::buildMenus()
         statusBar()->showMessage(tr("已请求客服会话"), StatusMs);
     });
     messages->addAction(m_dock->toggleViewAction());
+    QAction *notify = messages->addAction(tr("桌面通知"));
+    notify->setObjectName(QStringLiteral("actionNotifications"));
+    notify->setCheckable(true);
+    notify->setChecked(m_notifier->isEnabled());
+    connect(notify, &QAction::toggled, m_notifier, &KvDesktopNotifier::setEnabled);
 }
 
-void KvDesktopWindow::startSession()
+KvDesktopWindow::StartState KvDesktopWindow::startSession(const QString &user, const QString &password)
 {
+    m_startUser = user;
+    m_startPassword = password;
+    m_retryButton->hide();
     statusBar()->showMessage(tr("正在登录..."));
-    KvUserManager::instance()->init();
-    statusBar()->clearMessage();
+    KvUserManager *users = KvUserManager::instance();
+    users->init();
+    const bool switchUser = !user.isEmpty()
+        && !(users->isLogin() && (users->loginUserName() == user || users->loginUserPhone() == user));
+    bool refused = false;
+    if (switchUser) {
+        if (users->isLogin())
+            logOut();
+        refused = !users->requestLoginByPassword(user, password);
+    }
+    if (users->isLogin() && !refused)
+        m_startState = StartState::SignedIn;
+    // Both a refusal and a silent server end the module's calls with false;
+    // only an answer from the server tells them apart.
+    else if (!KvServerProbe::answers(KvServerProbe::accountServiceUrl()))
+        m_startState = StartState::Unreachable;
+    else if (refused)
+        m_startState = StartState::PasswordRefused;
+    else
+        m_startState = StartState::Visitor;
+    showStartState();
     slotUpdateTitle();
+    return m_startState;
+}
+
+void KvDesktopWindow::showStartState()
+{
+    QString shown;
+    QByteArray line;
+    switch (m_startState) {
+    case StartState::SignedIn:
+        shown = tr("已登录：%1").arg(sessionText());
+        line = "signed in as " + sessionText().toUtf8();
+        break;
+    case StartState::Visitor:
+        shown = tr("访客模式：登录后可收发消息");
+        line = "visitor mode (" + KvUserManager::instance()->getUserLoginInfo().username.toUtf8() + ")";
+        break;
+    case StartState::PasswordRefused:
+        shown = tr("登录被拒绝：%1 的密码不对").arg(m_startUser);
+        line = "password refused for " + m_startUser.toUtf8();
+        break;
+    case StartState::Unreachable:
+        shown = tr("无法连接服务器 %1").arg(KvServerProbe::accountServiceUrl());
+        line = "server unreachable: " + KvServerProbe::accountServiceUrl().toUtf8();
+        break;
+    }
+    statusBar()->showMessage(shown, m_startState == StartState::SignedIn ? StatusMs : 0);
+    m_retryButton->setVisible(m_startState == StartState::Unreachable);
+    std::fprintf(stderr, "kvmess-desktop: %s\n", line.constData());
+}
+
+void KvDesktopWindow::slotRetry()
+{
+    startSession(m_startUser, m_startPassword);
+}
+
+void KvDesktopWindow::slotShowWindow()
+{
+    if (isMinimized())
+        showNormal();
+    else
+        show();
+    raise();
+    activateWindow();
+}
+
+void KvDesktopWindow::slotActivate(const QString &chat, const QString &page)
+{
+    slotShowWindow();
+    if (!page.isEmpty())
+        showPage(page);
+    if (!chat.isEmpty())
+        KvChatDialog::createChat(chat, KvUserCommWidget::mainWidow(), false);
+}
+
+void KvDesktopWindow::slotOpenConversation(const QString &key, bool isGroup)
+{
+    // Notices have no chat of their own: they are read on the notice page.
+    if (key == systemUserName) {
+        slotActivate(QString(), QStringLiteral("notice"));
+        return;
+    }
+    KvChatDialog::createChat(key, KvUserCommWidget::mainWidow(), isGroup);
+    for (QWidget *top : QApplication::topLevelWidgets()) {
+        if (qobject_cast<KvChatDialog *>(top))
+            top->activateWindow();
+    }
+}
+
+void KvDesktopWindow::slotQuit()
+{
+    m_quitting = true;
+    close();
+    QCoreApplication::quit();
+}
+
+void KvDesktopWindow::closeEvent(QCloseEvent *event)
+{
+    if (!m_quitting && m_tray->trayIcon()->isVisible()) {
+        hide();
+        event->ignore();
+        return;
+    }
+    QMainWindow::closeEvent(event);
 }
 
 QString KvDesktopWindow::sessionText() const

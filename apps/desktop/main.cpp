@@ -1,12 +1,14 @@
+// SPDX-License-Identifier: MIT
 // kvmess-desktop: the application's stand-in that a person starts, with the
 // messaging panel docked beside a map area.
-#include "account/usermanager.h"
 #include "hostprofile.h"
 #include "chat/chatdialog.h"
+#include "desktoptray.h"
 #include "desktopwindow.h"
 #include "panel/usercommwidget.h"
 #include "platform/safety.h"
 #include "platform/theme.h"
+#include "singleinstance.h"
 #include "translations.h"
 
 #include <QApplication>
@@ -15,6 +17,7 @@
 #include <QLoggingCategory>
 #include <QSettings>
 #include <QSocketNotifier>
+#include <QSystemTrayIcon>
 #include <QTimer>
 
 #include <csignal>
@@ -59,6 +62,7 @@ int main(int argc, char **argv)
     KvSafety::setEnabled(true); // peers are not trusted: see the README's Security section
     QCoreApplication::setApplicationName(QStringLiteral("kvmess-desktop"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KVMESS_DESKTOP_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("kvmess-desktop"));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("The desktop host of the KvMess messaging module."));
@@ -98,6 +102,17 @@ int main(int argc, char **argv)
     }
     if (!parser.isSet(verbose) && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
         QLoggingCategory::setFilterRules(QStringLiteral("kvmess.*.debug=false\nkvmess.*.info=false"));
+    // A screenshot is a one-off render, not a second start of the host.
+    KvSingleInstance instance(parser.value(profile));
+    if (!parser.isSet(screenshot)) {
+        if (instance.handOver(parser.value(chat), parser.value(page), 1000)) {
+            std::fprintf(stderr, "kvmess-desktop: handed over to the running host\n");
+            return 0;
+        }
+        if (!instance.listen())
+            std::fprintf(stderr, "kvmess-desktop: cannot listen as %s\n", 
+                         qPrintable(KvSingleInstance::serverName(parser.value(profile))));
+    }
     if (parser.isSet(profile))
         useHostProfile(parser.value(profile));
 
@@ -106,6 +121,9 @@ int main(int argc, char **argv)
     KvTheme::apply(parser.isSet(dark) ? KvTheme::Dark : KvTheme::Light);
     KvDesktopWindow window;
     quitOnSignals(&window);
+    QObject::connect(&instance, &KvSingleInstance::signalActivate, &window, &KvDesktopWindow::slotActivate);
+    // With a tray the host lives on when its window closes; quit ends it.
+    QApplication::setQuitOnLastWindowClosed(!window.tray()->trayIcon()->isVisible());
     window.show();
 
     // Long enough after the start for the link to come up and the lists to arrive.
@@ -131,18 +149,7 @@ int main(int argc, char **argv)
     };
     // The start blocks on the account service; the window is up first.
     QTimer::singleShot(0, &window, [&] {
-        window.startSession();
-        KvUserManager *users = KvUserManager::instance();
-        const QString name = parser.value(user);
-        const bool switchUser = parser.isSet(user)
-            && !(users->isLogin() && (users->loginUserName() == name || users->loginUserPhone() == name));
-        if (switchUser) {
-            if (users->isLogin())
-                window.logOut();
-            if (!users->requestLoginByPassword(name, parser.value(password)))
-                std::fprintf(stderr, "kvmess-desktop: sign-in as %s refused\n", qPrintable(name));
-            window.slotUpdateTitle();
-        }
+        window.startSession(parser.value(user), parser.value(password));
         if (parser.isSet(chat))
             KvChatDialog::createChat(parser.value(chat), KvUserCommWidget::mainWidow(), false);
         if (parser.isSet(page) && !window.showPage(parser.value(page)))
