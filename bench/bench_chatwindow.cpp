@@ -3,6 +3,9 @@
 //    (texts, pictures and files mixed) until the page has laid out, beside as
 //    many plain QLabel rows in the same kind of scroll area, and the memory a
 //    row adds at the peak;
+//  - 200 picture rows of 12-megapixel photos, beside the same rows as texts;
+//  - 1,000 messages arriving into an open page, beside as many plain labels
+//    appended to an open scroll area, with the scrolls and layouts they cause;
 //  - the panel's conversation list loading `conversations` conversations,
 //    beside a plain QListWidget with as many item widgets.
 //   bench_chatwindow [long] [conversations]   (defaults 10000 and 1000)
@@ -29,7 +32,9 @@
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QScrollBar>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QUuid>
 #include <QVBoxLayout>
 
@@ -101,7 +106,7 @@ QByteArray json(const QJsonObject &object)
 // Writes the conversations straight into the user's file in one transaction;
 // the store sees them at the next sign-in.
 bool fillStore(const QString &file, const QStringList &peers, const QList<int> &sizes, const QString &picture,
-               const QString &document)
+               const QString &document, const QString &photo)
 {
     QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("benchfill"));
     db.setDatabaseName(file);
@@ -125,12 +130,14 @@ bool fillStore(const QString &file, const QStringList &peers, const QList<int> &
             const QString id = QUuid::createUuid().toString(QUuid::Id128);
             const bool mine = i % 3 == 1;
             // Eight texts of varying length, one picture and one file in every ten.
+            // "photos" holds pictures only, "phototexts" texts only.
             QString type = QStringLiteral("BBC");
             QByteArray content;
-            if (i % 10 == 4 || i % 10 == 9) {
-                const bool isPicture = i % 10 == 4;
+            const bool photos = peers.at(p) == QLatin1String("photos");
+            if (photos || (peers.at(p) != QLatin1String("phototexts") && (i % 10 == 4 || i % 10 == 9))) {
+                const bool isPicture = photos || i % 10 == 4;
                 type = isPicture ? QStringLiteral("BBB") : QStringLiteral("BBA");
-                const QString path = isPicture ? picture : document;
+                const QString path = photos ? photo : isPicture ? picture : document;
                 content = json({{"id", id}, {"title", QFileInfo(path).fileName()}, {"src", ""}, {"md5", ""},
                                 {"size", QFileInfo(path).size()}});
                 fileInsert.addBindValue(id);
@@ -201,6 +208,55 @@ QWidget *plainList(int count)
     return list;
 }
 
+struct Burst
+{
+    double ms = 0;
+    int scrolls = 0;
+    int layouts = 0;
+};
+
+// Counts the layout requests that reach the rows' parent.
+class LayoutCounter : public QObject
+{
+public:
+    int count = 0;
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::LayoutRequest)
+            ++count;
+        return false;
+    }
+};
+
+// `append` adds the messages into `widget`'s open page; the time runs until
+// the page has scrolled to the bottom (the page's own 50 ms timer, or the same
+// timer beside it) and laid out.
+Burst burst(QWidget *widget, QScrollArea *area, QTimer *scrollTimer, const std::function<void()> &append)
+{
+    QWidget window;
+    auto *layout = new QVBoxLayout(&window);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(widget);
+    window.resize(900, 700);
+    window.show();
+    QCoreApplication::processEvents();
+    window.grab();
+    Burst result;
+    LayoutCounter layouts;
+    area->widget()->installEventFilter(&layouts);
+    QObject::connect(scrollTimer, &QTimer::timeout, [&result] { ++result.scrolls; });
+    QElapsedTimer clock;
+    clock.start();
+    append();
+    while (result.scrolls == 0 || scrollTimer->isActive())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    QCoreApplication::processEvents();
+    window.grab();
+    result.ms = clock.nsecsElapsed() / 1e6;
+    result.layouts = layouts.count;
+    return result;
+}
+
 // One measurement in a process of its own, so that neither side inherits the
 // other's heap: signs in to the prepared store and prints {"ms", "kibPerRow"}.
 int runCase(const QString &name, const QString &folder)
@@ -211,10 +267,41 @@ int runCase(const QString &name, const QString &folder)
     if (!KvUserManager::instance()->requestLoginByPassword(user, password))
         return 1;
     KvFriendMessageManager *store = KvUserCommManager::instance()->friendMessageManager();
-    const QString peer = name.section(':', 1);
+    // The burst takes the first thousand messages of the short conversation.
+    const QString peer = name.startsWith("burst:") ? QStringLiteral("short") : name.section(':', 1);
     QList<KvFriendMessageData> messages;
     store->messages(peer, false, messages);
     const int listed = store->lastMessages().size();
+    if (name.startsWith("burst")) {
+        messages = messages.mid(0, qMin(1000, messages.size()));
+        Burst result;
+        if (name == "burst:page") {
+            auto *page = new KvChatWidget(QStringLiteral("peer0000"), false);
+            result = burst(page, page->findChild<QScrollArea *>(), page->findChild<QTimer *>("scrollTimer"), [&] {
+                for (auto message = messages.crbegin(); message != messages.crend(); ++message)
+                    page->addMessage(*message);
+            });
+        } else {
+            auto *area = qobject_cast<QScrollArea *>(plainRows({}));
+            auto *timer = new QTimer(area);
+            timer->setSingleShot(true);
+            timer->setInterval(50);
+            QObject::connect(timer, &QTimer::timeout, area,
+                             [area] { area->verticalScrollBar()->setValue(area->verticalScrollBar()->maximum()); });
+            auto *rows = static_cast<QVBoxLayout *>(area->widget()->layout());
+            result = burst(area, area, timer, [&] {
+                for (auto message = messages.crbegin(); message != messages.crend(); ++message) {
+                    rows->insertWidget(rows->count() - 1, new QLabel(textOf(*message), area->widget()));
+                    timer->start();
+                }
+            });
+        }
+        std::printf("%s\n", json({{"ms", result.ms}, {"scrolls", result.scrolls}, {"layouts", result.layouts},
+                                  {"rows", messages.size()}})
+                                .constData());
+        KvUserManager::instance()->logOut();
+        return 0;
+    }
     Run run;
     // A first small build of the same kind loads fonts, icons and styles outside the measurement.
     if (name.startsWith("page:")) {
@@ -269,16 +356,23 @@ int main(int argc, char **argv)
     image.save(picture);
     const QString document = dir.filePath(QStringLiteral("说明.pdf"));
     QFile(document).open(QIODevice::WriteOnly);
+    const QString photo = dir.filePath("photo.jpg");
+    {
+        QImage large(4000, 3000, QImage::Format_RGB32);
+        large.fill(QColor(0x6a, 0x8f, 0x3d));
+        large.save(photo, "JPG", 90);
+    }
 
-    QStringList peers{QStringLiteral("short"), QStringLiteral("long")};
-    QList<int> sizes{shortSize, longSize};
-    for (int i = 0; i < conversations - 2; ++i) {
+    QStringList peers{QStringLiteral("short"), QStringLiteral("long"), QStringLiteral("photos"),
+                      QStringLiteral("phototexts")};
+    QList<int> sizes{shortSize, longSize, 200, 200};
+    for (int i = 0; i < conversations - 4; ++i) {
         peers << QStringLiteral("peer%1").arg(i, 4, 10, QLatin1Char('0'));
         sizes << 1;
     }
     const QString file = dir.filePath(QStringLiteral("work/UserInfo/%1/%1.db").arg(user));
     KvUserManager::instance()->logOut();
-    if (!fillStore(file, peers, sizes, picture, document))
+    if (!fillStore(file, peers, sizes, picture, document, photo))
         return 1;
     QSqlDatabase::removeDatabase(QStringLiteral("benchfill"));
 
@@ -294,6 +388,20 @@ int main(int argc, char **argv)
                                         {"kibPerRow", module.value("kibPerRow")}, {"plainMs", plain.value("ms")},
                                         {"plainKibPerRow", plain.value("kibPerRow")}});
     }
+    const QJsonObject photos = spawn("page:photos", dir.path());
+    const QJsonObject photoTexts = spawn("page:phototexts", dir.path());
+    const double photoMiB = (photos.value("kibPerRow").toDouble() - photoTexts.value("kibPerRow").toDouble()) * 200 / 1024;
+    std::printf("open 200 rows of 12-megapixel photos: %.0f ms, %.1f MiB more than as texts (%.0f ms)\n",
+                photos.value("ms").toDouble(), photoMiB, photoTexts.value("ms").toDouble());
+    result.insert("photos", QJsonObject{{"ms", photos.value("ms")}, {"textMs", photoTexts.value("ms")},
+                                        {"extraMiB", photoMiB}});
+    const QJsonObject arrivals = spawn("burst:page", dir.path());
+    const QJsonObject plainArrivals = spawn("burst:labels", dir.path());
+    std::printf("1,000 arrivals into an open page: %.0f ms, %d scrolls, %d layout requests; plain labels %.0f ms\n",
+                arrivals.value("ms").toDouble(), arrivals.value("scrolls").toInt(), arrivals.value("layouts").toInt(),
+                plainArrivals.value("ms").toDouble());
+    result.insert("burst", QJsonObject{{"ms", arrivals.value("ms")}, {"scrolls", arrivals.value("scrolls")},
+                                       {"layouts", arrivals.value("layouts")}, {"plainMs", plainArrivals.value("ms")}});
     const QJsonObject list = spawn("list", dir.path());
     const QJsonObject plainList = spawn("plainlist", dir.path());
     std::printf("load the conversation list of %d: %.0f ms; plain QListWidget %.0f ms\n", list.value("rows").toInt(),

@@ -123,11 +123,32 @@ def main():
                          "%.0f ms" % page["ms"],
                          "plain QLabel rows %.0f ms (%.1f KiB a row)" % (page["plainMs"], page["plainKibPerRow"]),
                          page["plainMs"] / page["ms"]))
+        photos = chat["photos"]
+        rows.append(("open 200 picture rows of 12-megapixel photos (%.0f MiB more than as texts)" % photos["extraMiB"],
+                     "%.0f ms" % photos["ms"], "the same rows as texts %.0f ms" % photos["textMs"],
+                     photos["textMs"] / photos["ms"]))
+        arrivals = chat["burst"]
+        rows.append(("1,000 messages arriving into an open page (%d scroll%s, %d layout request%s)" % (
+                         arrivals["scrolls"], "" if arrivals["scrolls"] == 1 else "s",
+                         arrivals["layouts"], "" if arrivals["layouts"] == 1 else "s"),
+                     "%.0f ms" % arrivals["ms"], "plain labels appended %.0f ms" % arrivals["plainMs"],
+                     arrivals["plainMs"] / arrivals["ms"]))
         listed = chat["list"]
         rows.append(("load the conversation list of {:,}".format(listed["conversations"]), "%.0f ms" % listed["ms"],
                      "plain QListWidget %.0f ms" % listed["plainMs"], listed["plainMs"] / listed["ms"]))
     else:
         rows.append(("chat window", (chat or {}).get("failed", missing), "", None))
+
+    search = run(args.build, "bench_search", *(["20000", "20"] if quick else []))
+    if search and "failed" not in search:
+        for query in search["queries"]:
+            rows.append(("search \"%s\" in {:,} messages of %d conversations ({} hits)".format(
+                             search["messages"], query["hits"]) % (query["query"], search["conversations"]),
+                         "%.0f ms" % query["ms"], "bare LIKE statements %.0f ms" % query["bareMs"],
+                         query["bareMs"] / query["ms"]))
+        rows.append(("longest GUI thread pause while searching", "%.0f ms" % search["guiPauseMs"], "", None))
+    else:
+        rows.append(("search", (search or {}).get("failed", missing), "", None))
 
     print("Machine: %s" % machine())
     print()

@@ -23,6 +23,10 @@
         <source>从会话列表移除</source>
         <translation>Remove from list</translation>
     </message>
+    <message>
+        <source>搜索</source>
+        <translation>Search</translation>
+    </message>
 </context>
 <context>
     <name>KvChatItemWidget</name>
@@ -693,6 +697,21 @@ Remove this friend?</translation>
         <translation>"%1" is a program or script: opening it runs its code on this computer.
 
 Open it only if you trust the sender. Open it anyway?</translation>
+    </message>
+</context>
+<context>
+    <name>KvSearchResultWidget</name>
+    <message>
+        <source>无结果</source>
+        <translation>No results</translation>
+    </message>
+    <message>
+        <source>[文件]</source>
+        <translation>[File]</translation>
+    </message>
+    <message>
+        <source>[图片]</source>
+        <translation>[Picture]</translation>
     </message>
 </context>
 <context>

@@ -32,6 +32,7 @@ const Entry table[] = {
     {"enterprises", nullptr, "", 0, 0, false, "list the enterprises and their members"},
     {"conversations", nullptr, "", 0, 0, false, "list the conversations with their unread counts and newest message"},
     {"show", nullptr, "WITH", 1, 1, true, "show a conversation, oldest first, and mark it read (--group: an enterprise's)"},
+    {"search", nullptr, "TEXT...", 1, -1, false, "find conversations by name and messages by text or file name"},
     {"requests", nullptr, "", 0, 0, false, "list the friend requests received"},
     {"friend", "add", "PHONE", 1, 1, false, "ask the owner of a phone number to be friends"},
     {"friend", "agree", "USER", 1, 1, false, "agree to a friend request"},

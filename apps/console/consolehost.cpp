@@ -12,6 +12,7 @@
 #include "store/friendmanager.h"
 #include "store/friendmessagemanager.h"
 #include "store/groupmanager.h"
+#include "store/messagesearchmanager.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "store/usertitles.h"
@@ -315,6 +316,8 @@ KvConsoleHost::Outcome KvConsoleHost::execute(const KvConsoleCommand &command)
         return show(command.args.at(0), command.group);
     if (name == QLatin1String("requests"))
         return requests();
+    if (name == QLatin1String("search"))
+        return search(command.rest(0));
     if (name == QLatin1String("friend"))
         return friendAction(command);
     if (name == QLatin1String("reconnect"))
@@ -703,6 +706,51 @@ KvConsoleHost::Outcome KvConsoleHost::show(const QString &with, bool group)
     outcome.data.insert(QStringLiteral("group"), group);
     outcome.data.insert(QStringLiteral("unread"), unread);
     outcome.data.insert(QStringLiteral("messages"), list);
+    return outcome;
+}
+
+KvConsoleHost::Outcome KvConsoleHost::search(const QString &text)
+{
+    const QString query = text.trimmed();
+    QList<KvSearchResult> results;
+    if (!query.isEmpty()) {
+        KvMessageSearchManager *searcher = KvMessageSearchManager::instance();
+        bool answered = false;
+        const QMetaObject::Connection connection = connect(
+            searcher, &KvMessageSearchManager::signalSearchFinished, this,
+            [&](const QString &found, const QList<KvSearchResult> &list) {
+                answered = found == query;
+                results = list;
+            });
+        searcher->search(query);
+        const bool done = waitUntil([&] { return answered; }, 30000);
+        disconnect(connection);
+        if (!done)
+            return failure(ExitFailed, QStringLiteral("the search did not answer"));
+    }
+    QJsonArray conversations;
+    QJsonArray messages;
+    for (const KvSearchResult &result : qAsConst(results)) {
+        QJsonObject object{
+            {QStringLiteral("with"), result.conversation},
+            {QStringLiteral("title"), result.title},
+            {QStringLiteral("group"), result.isGroup},
+        };
+        if (result.kind == KvSearchResult::Conversation) {
+            conversations.append(object);
+            continue;
+        }
+        object.insert(QStringLiteral("id"), result.messageLocalId);
+        object.insert(QStringLiteral("type"), result.type);
+        object.insert(QStringLiteral("sender"), result.sender);
+        object.insert(QStringLiteral("time"), result.time);
+        object.insert(QStringLiteral("text"), result.text);
+        messages.append(object);
+    }
+    Outcome outcome;
+    outcome.data.insert(QStringLiteral("query"), query);
+    outcome.data.insert(QStringLiteral("conversations"), conversations);
+    outcome.data.insert(QStringLiteral("messages"), messages);
     return outcome;
 }
 

@@ -101,6 +101,7 @@ private:
     Outcome conversations();
     Outcome show(const QString &with, bool group);
     Outcome requests();
+    Outcome search(const QString &text);
     Outcome friendAction(const KvConsoleCommand &command);
     Outcome reconnect();
     Outcome listen(const QStringList &args);

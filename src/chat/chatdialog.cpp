@@ -2,11 +2,13 @@
 #include "ui_chatdialog.h"
 
 #include "chat/chatwidget.h"
+#include "chat/searchresultwidget.h"
 #include "panel/friendmessageitemwidget.h"
 #include "platform/menu.h"
 #include "platform/usuallyutils.h"
 #include "store/friendmessagemanager.h"
 #include "store/groupmanager.h"
+#include "store/messagesearchmanager.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "store/usertitles.h"
@@ -82,6 +84,27 @@ void KvChatDialog::init()
     setContextMenuPolicy(Qt::CustomContextMenu);
     connect(ui->listWidget, &QWidget::customContextMenuRequested, this,
             &KvChatDialog::slotCustomContextMenuRequested);
+    initSearch();
+}
+
+void KvChatDialog::initSearch()
+{
+    searchResults = new KvSearchResultWidget(ui->widgetLeft);
+    searchResults->setObjectName(QStringLiteral("listWidgetSearch"));
+    searchResults->setProperty("kvTabListWidget", true);
+    searchResults->hide();
+    ui->verticalLayoutLeft->addWidget(searchResults);
+    ui->lineEdit->setPlaceholderText(tr("搜索"));
+    ui->lineEdit->installEventFilter(this);
+
+    connect(ui->lineEdit, &QLineEdit::textChanged, this, &KvChatDialog::slotSearchTextChanged);
+    const auto again = [this] { slotSearchTextChanged(ui->lineEdit->text()); };
+    connect(ui->lineEdit, &QLineEdit::returnPressed, this, again);
+    connect(ui->pushButtonSearch, &QPushButton::clicked, this, again);
+    connect(KvMessageSearchManager::instance(), &KvMessageSearchManager::signalSearchFinished, this,
+            &KvChatDialog::slotSearchFinished);
+    connect(searchResults, &KvSearchResultWidget::signalResultActivated, this,
+            &KvChatDialog::slotSearchResultActivated);
 }
 
 void KvChatDialog::initCustomTitleBar()
@@ -166,7 +189,8 @@ void KvChatDialog::addChat(const QString &userName, bool isGroup)
         const QString title = conversationTitle(userName);
         ui->labelNikeName->setText(title);
 
-        auto *page = new KvChatWidget(userName, isGroup, this);
+        // Born in the stack: moved there afterwards, every row would be restyled.
+        auto *page = new KvChatWidget(userName, isGroup, ui->stackedWidget);
         connect(page, &KvChatWidget::signalCloseWidget, this, &KvChatDialog::removeChat);
         ui->stackedWidget->addWidget(page);
 
@@ -277,4 +301,47 @@ void KvChatDialog::keyPressEvent(QKeyEvent *event)
         return;
     }
     KvFramelessDialog::keyPressEvent(event);
+}
+
+bool KvChatDialog::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == ui->lineEdit && event->type() == QEvent::KeyPress
+        && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape && !ui->lineEdit->text().isEmpty()) {
+        ui->lineEdit->clear();
+        return true;
+    }
+    return KvFramelessDialog::eventFilter(watched, event);
+}
+
+void KvChatDialog::slotSearchTextChanged(const QString &text)
+{
+    const bool searching = !text.trimmed().isEmpty();
+    QMap<QString, QString> openTitles;
+    if (searching) {
+        for (auto entry = chatItems.cbegin(); entry != chatItems.cend(); ++entry)
+            openTitles.insert(entry.key(), entry.value()->data(TitleRole).toString());
+    }
+    KvMessageSearchManager::instance()->search(text, openTitles);
+    ui->listWidget->setVisible(!searching);
+    searchResults->setVisible(searching);
+    if (!searching)
+        searchResults->clear();
+}
+
+void KvChatDialog::slotSearchFinished(QString query, QList<KvSearchResult> results)
+{
+    // The manager answers every window's searches; this one shows its own only.
+    if (query != ui->lineEdit->text().trimmed())
+        return;
+    searchResults->setResults(query, results);
+}
+
+void KvChatDialog::slotSearchResultActivated(KvSearchResult result)
+{
+    addChat(result.conversation, result.isGroup);
+    ui->lineEdit->clear();
+    if (result.kind == KvSearchResult::Message) {
+        if (KvChatWidget *page = pageOf(chatItems.value(result.conversation)))
+            page->showMessage(result.messageLocalId);
+    }
 }

@@ -7,11 +7,13 @@
 
 #include "platform/framelessdialog.h"
 #include "store/friendmessagedata.h"
+#include "store/searchresult.h"
 
 #include <QMap>
 #include <QPointer>
 
 class QListWidgetItem;
+class KvSearchResultWidget;
 
 namespace Ui {
 class KvChatDialog;
@@ -48,6 +50,12 @@ private Q_SLOTS:
     void slotMessageUpdate(KvFriendMessageData messageData);
     void slotUserUnreadClear(QString userName);
     void slotCustomContextMenuRequested(QPoint pos);
+    void slotSearchTextChanged(const QString &text);
+    void slotSearchFinished(QString query, QList<KvSearchResult> results);
+    void slotSearchResultActivated(KvSearchResult result);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     KvChatDialog();
@@ -58,10 +66,13 @@ private:
     QString getCurrentChatUser();
     void init();
     void initCustomTitleBar();
+    void initSearch();
 
     Ui::KvChatDialog *ui = nullptr;
     QMap<QString, QListWidgetItem *> chatItems;
     bool openingAll = false;
+    // Stands in for listWidget while the search field holds text.
+    KvSearchResultWidget *searchResults = nullptr;
 
     static QPointer<KvChatDialog> m_chatDialog;
 };

@@ -15,6 +15,7 @@
 #include "store/usertitles.h"
 #include "store/usertocustomerservicemanager.h"
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QHBoxLayout>
 #include <QIcon>
@@ -150,6 +151,14 @@ KvChatItemWidget::KvChatItemWidget(const KvFriendMessageData &message, QWidget *
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 
     update(message);
+
+    // Each new widget queues a request to polish itself, and Qt merges a layout
+    // request with a pending one by scanning the whole queue: with the requests
+    // of thousands of rows waiting, that scan made opening a page quadratic.
+    // Showing the row polishes it and its children all the same.
+    QCoreApplication::removePostedEvents(this, QEvent::PolishRequest);
+    for (QWidget *child : findChildren<QWidget *>())
+        QCoreApplication::removePostedEvents(child, QEvent::PolishRequest);
 }
 
 void KvChatItemWidget::update(const KvFriendMessageData &message)

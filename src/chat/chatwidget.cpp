@@ -3,6 +3,7 @@
 
 #include "account/usermanager.h"
 #include "chat/chatitemwidget.h"
+#include "platform/theme.h"
 #include "store/friendmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "transfer/sendmessagehelper.h"
@@ -88,6 +89,37 @@ void KvChatWidget::updateMessage(const KvFriendMessageData &message)
 void KvChatWidget::setInputFocus()
 {
     ui->textEdit->setFocus(Qt::OtherFocusReason);
+}
+
+bool KvChatWidget::showMessage(const QString &messageLocalId)
+{
+    QWidget *row = items.value(messageLocalId);
+    if (!row)
+        return false;
+    // The scroll to the bottom of a page just built would take the row away again.
+    scrollTimer.stop();
+    shown = true;
+    auto *mark = new QWidget(ui->scrollAreaWidgetContents);
+    mark->setObjectName(QStringLiteral("searchHitMark"));
+    mark->setAttribute(Qt::WA_TransparentForMouseEvents);
+    mark->setAttribute(Qt::WA_StyledBackground);
+    const QColor accent = KvTheme::color(KvTheme::Accent);
+    mark->setStyleSheet(QStringLiteral("background-color: rgba(%1, %2, %3, 50);")
+                            .arg(accent.red())
+                            .arg(accent.green())
+                            .arg(accent.blue()));
+    const auto reveal = [this, row, mark] {
+        ui->scrollAreaWidgetContents->layout()->activate();
+        mark->setGeometry(row->geometry());
+        mark->raise();
+        ui->scrollArea->ensureWidgetVisible(row, 0, ui->scrollArea->viewport()->height() / 3);
+    };
+    reveal();
+    mark->show();
+    // Once more when the page has its size, if it is only now being shown.
+    QTimer::singleShot(0, mark, reveal);
+    QTimer::singleShot(1500, mark, &QObject::deleteLater);
+    return true;
 }
 
 void KvChatWidget::scrollToBottom()

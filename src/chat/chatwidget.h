@@ -29,6 +29,9 @@ public:
     // Hands the message to the row of its local id; an unknown id is ignored.
     void updateMessage(const KvFriendMessageData &message);
     void setInputFocus();
+    // Scrolls to the row of `messageLocalId` and marks it for a moment
+    // (a child named "searchHitMark"); false when the page has no such row.
+    bool showMessage(const QString &messageLocalId);
 
 Q_SIGNALS:
     void signalCloseWidget(QString userName);

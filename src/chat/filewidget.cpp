@@ -15,11 +15,19 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QIcon>
 #include <QPainter>
 #include <QProcess>
 #include <QUrl>
 
 namespace {
+
+// One icon for every file row: its drawing is rendered once per size, not once per row.
+const QIcon &fileIcon()
+{
+    static const QIcon *icon = new QIcon(QStringLiteral(":/Theme/Image/Mutable/file.kvsvg"));
+    return *icon;
+}
 
 QString sizeText(quint64 size)
 {
@@ -41,6 +49,7 @@ KvFileWidget::KvFileWidget(const KvFriendMessageData &message, QWidget *parent)
 {
     ui->setupUi(this);
     ui->labelFileName->setTextFormat(Qt::PlainText);
+    ui->pushButtonIcon->setIcon(fileIcon());
     setAttribute(Qt::WA_StyledBackground);
     // The form's widths fit the Chinese texts; a translation takes what it needs.
     if (ui->pushButtonOpenFile->text() != QStringLiteral("打开"))

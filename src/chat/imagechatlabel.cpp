@@ -7,16 +7,30 @@
 
 #include <QCursor>
 #include <QEvent>
+#include <QDateTime>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QImageReader>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPixmapCache>
 #include <QResizeEvent>
 #include <QSvgRenderer>
 
 namespace {
 
 constexpr int failedIconSize = 100;
+
+// Beyond this a decoded picture alone would take hundreds of megabytes: such a
+// file (or an SVG that declares such a size) is not decoded at all.
+constexpr qint64 largestPicture = 40000000;
+constexpr int longestSide = 32767;
+
+bool decodable(const QSize &size)
+{
+    return size.width() > 0 && size.height() > 0 && size.width() <= longestSide && size.height() <= longestSide
+        && qint64(size.width()) * size.height() <= largestPicture;
+}
 
 // One pixmap for every picture that cannot be shown, drawn from the SVG at
 // its full size (an icon of it would stop at the drawing's own size).
@@ -66,9 +80,18 @@ void KvImageChatLabel::update(const KvFriendMessageData &)
 
 void KvImageChatLabel::loadPixmap()
 {
+    decoded = false;
+    pixmap = QPixmap();
+    sourceSize = QSize();
     if (QFileInfo::exists(filePath)) {
-        pixmap.load(filePath);
-        return;
+        // Reads the header only; an unreadable file leaves the label empty.
+        const QSize size = QImageReader(filePath).size();
+        if (!size.isValid())
+            return;
+        if (decodable(size)) {
+            sourceSize = size;
+            return;
+        }
     }
     label->setPixmap(failedPixmap());
     label->setFixedSize(failedIconSize, failedIconSize);
@@ -76,15 +99,43 @@ void KvImageChatLabel::loadPixmap()
 
 void KvImageChatLabel::scalePixmap()
 {
-    if (pixmap.isNull())
+    if (!sourceSize.isValid())
         return;
     const int available = qMax(0, width() - 2 * margin);
     const double cap = available * 0.25 * 3.0;
-    const int newWidth = pixmap.width() > cap ? int(cap) : pixmap.width();
-    aspect = float(pixmap.width()) / float(pixmap.height());
+    const int newWidth = sourceSize.width() > cap ? int(cap) : sourceSize.width();
+    aspect = float(sourceSize.width()) / float(sourceSize.height());
     const int newHeight = int(newWidth / aspect);
     label->setFixedSize(newWidth, newHeight);
-    label->setPixmap(pixmap.scaled(newWidth, newHeight, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    if (pixmap.size() != sourceSize.scaled(newWidth, newHeight, Qt::KeepAspectRatio)) {
+        decoded = false;
+        label->update();
+    }
+}
+
+void KvImageChatLabel::decodePixmap()
+{
+    decoded = true;
+    if (!sourceSize.isValid())
+        return;
+    const QSize shown = sourceSize.scaled(label->width(), label->height(), Qt::KeepAspectRatio);
+    if (shown.isEmpty())
+        return;
+    const QString key = QStringLiteral("kvmess-picture:%1:%2:%3x%4")
+                            .arg(filePath)
+                            .arg(QFileInfo(filePath).lastModified().toMSecsSinceEpoch())
+                            .arg(shown.width())
+                            .arg(shown.height());
+    if (!QPixmapCache::find(key, &pixmap)) {
+        QImageReader reader(filePath);
+        if (shown != sourceSize)
+            reader.setScaledSize(shown);
+        pixmap = QPixmap::fromImage(reader.read());
+        if (pixmap.isNull())
+            return;
+        QPixmapCache::insert(key, pixmap);
+    }
+    label->setPixmap(pixmap);
 }
 
 void KvImageChatLabel::resizeEvent(QResizeEvent *event)
@@ -97,11 +148,14 @@ void KvImageChatLabel::resizeEvent(QResizeEvent *event)
 
 bool KvImageChatLabel::eventFilter(QObject *watched, QEvent *event)
 {
+    if (watched == label && event->type() == QEvent::Paint && !decoded)
+        decodePixmap();
     if (watched == label && event->type() == QEvent::MouseButtonDblClick
         && static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton && !pixmap.isNull()) {
+        // The viewer alone gets the whole picture, for as long as it is open.
         auto *viewer = new KvPicShowWindow(nullptr);
         viewer->setAttribute(Qt::WA_DeleteOnClose);
-        viewer->setPixmap(pixmap);
+        viewer->setPixmap(QPixmap::fromImage(QImageReader(filePath).read()));
         viewer->showMaximized();
     }
     return QWidget::eventFilter(watched, event);

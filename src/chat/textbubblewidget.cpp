@@ -18,7 +18,12 @@ KvTextBubbleWidget::KvTextBubbleWidget(bool isSend, const QString &text, QWidget
     label->setWordWrap(true);
     KvSafety::routeLinks(label);
     setText(text);
-    label->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
+    // The bubble's height comes from the label's height for its width. A new
+    // policy drops that flag, which only a style change would set again, so a
+    // host without our style sheet saw no text at all.
+    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Ignored);
+    policy.setHeightForWidth(true);
+    label->setSizePolicy(policy);
 
     layout = new QHBoxLayout(this);
     // The tail takes its room on the sender's side.
@@ -56,11 +61,14 @@ void KvTextBubbleWidget::setText(const QString &text)
         }
     }
     KvSafety::setReceivedText(label, html);
-    label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse);
 }
 
 void KvTextBubbleWidget::paintEvent(QPaintEvent *event)
 {
+    // Selection needs a text document per label; a plain text has none until
+    // it is first seen, so a page of thousands of rows builds only the few shown.
+    if (!(label->textInteractionFlags() & Qt::TextSelectableByMouse))
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse);
     QWidget::paintEvent(event);
 
     QPainter painter(this);

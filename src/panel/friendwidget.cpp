@@ -70,24 +70,44 @@ void KvFriendWidget::loadFriends()
     ui->listWidget->sortItems(Qt::AscendingOrder);
 }
 
-void KvFriendWidget::addFriendItem(const KvUserInfoFriend &info)
+void KvFriendWidget::insertSorted(QListWidgetItem *item)
 {
+    // After the last row that does not sort behind it, as a stable sort would place it.
+    int low = 0;
+    int high = ui->listWidget->count();
+    while (low < high) {
+        const int middle = (low + high) / 2;
+        if (*item < *ui->listWidget->item(middle))
+            high = middle;
+        else
+            low = middle + 1;
+    }
+    ui->listWidget->insertItem(low, item);
+}
+
+void KvFriendWidget::addFriendItem(const KvUserInfoFriend &info, bool inPlace)
+{
+    QListWidget *list = inPlace ? nullptr : ui->listWidget;
     const QString letter = KvPinYinHelper::getChineseFirst(info.nickName);
     if (!letterHeaders.contains(letter)) {
-        auto *header = new KvListWidgetSortItem(CollatorSort, SortKeyRole, ui->listWidget);
+        auto *header = new KvListWidgetSortItem(CollatorSort, SortKeyRole, list);
         header->setData(SortKeyRole, letter + QLatin1Char('A'));
         header->setText(letter);
         header->setFlags(Qt::NoItemFlags);
+        if (inPlace)
+            insertSorted(header);
         letterHeaders.append(letter);
     }
     // The own entry goes above every letter.
     const QString sortKey = info.userName == KvUserManager::instance()->loginUserName()
         ? QStringLiteral("#000")
         : letter + QLatin1Char('B');
-    auto *item = new KvListWidgetSortItem(CollatorSort, SortKeyRole, ui->listWidget);
+    auto *item = new KvListWidgetSortItem(CollatorSort, SortKeyRole, list);
     item->setData(SortKeyRole, sortKey);
     item->setData(NickNameRole, info.nickName);
     item->setData(UserNameRole, info.userName);
+    if (inPlace)
+        insertSorted(item);
     auto *row = new KvFriendItemWidget(info);
     item->setSizeHint(row->sizeHint());
     ui->listWidget->setItemWidget(item, row);
@@ -96,8 +116,9 @@ void KvFriendWidget::addFriendItem(const KvUserInfoFriend &info)
 
 void KvFriendWidget::slotFriendNew(KvUserInfoFriend friendInfo)
 {
-    addFriendItem(friendInfo);
-    ui->listWidget->sortItems(Qt::AscendingOrder);
+    // A merge may report hundreds of new friends: each takes its place
+    // instead of sorting the whole list again.
+    addFriendItem(friendInfo, true);
 }
 
 void KvFriendWidget::slotFriendUpdate(KvUserInfoFriend friendInfo)
@@ -108,7 +129,8 @@ void KvFriendWidget::slotFriendUpdate(KvUserInfoFriend friendInfo)
     // The roles keep the old name until the list is built again.
     if (auto *row = qobject_cast<KvFriendItemWidget *>(ui->listWidget->itemWidget(item)))
         row->updateInfo(friendInfo);
-    ui->listWidget->sortItems(Qt::AscendingOrder);
+    // With the roles unchanged the sorted order stands: a merge that reports
+    // hundreds of friends must not sort the whole list once for each.
 }
 
 void KvFriendWidget::slotFriendRemove(QString userName)

@@ -34,7 +34,10 @@ private Q_SLOTS:
     void slotLineEditSearchTextChanged(QString text);
 
 private:
-    void addFriendItem(const KvUserInfoFriend &info);
+    // Appends the rows for a sort to follow, or with `inPlace` puts them where
+    // a sort would.
+    void addFriendItem(const KvUserInfoFriend &info, bool inPlace = false);
+    void insertSorted(QListWidgetItem *item);
     void loadFriends();
     void clearItems();
 

@@ -18,10 +18,14 @@ bool KvListWidgetSortItem::operator<(const QListWidgetItem &other) const
     case 1:
         return a.toString().localeAwareCompare(b.toString()) < 0;
     case 2: {
-        QCollator collator(QLocale(QLocale::Chinese, QLocale::AnyCountry));
-        collator.setNumericMode(true);
-        collator.setCaseSensitivity(Qt::CaseInsensitive);
-        return collator.compare(a.toString(), b.toString()) < 0;
+        // Built once: a sort of a thousand friends makes some ten thousand comparisons.
+        static const QCollator *collator = [] {
+            auto *made = new QCollator(QLocale(QLocale::Chinese, QLocale::AnyCountry));
+            made->setNumericMode(true);
+            made->setCaseSensitivity(Qt::CaseInsensitive);
+            return made;
+        }();
+        return collator->compare(a.toString(), b.toString()) < 0;
     }
     case 3:
         return a.toLongLong() < b.toLongLong();

@@ -9,9 +9,14 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QMenu>
+#include <QPainter>
+#include <QSvgRenderer>
 #include <QTemporaryDir>
+#include <QVBoxLayout>
 #include <QtTest>
 
 namespace {
@@ -134,6 +139,44 @@ private Q_SLOTS:
         QVERIFY(label->textInteractionFlags() & Qt::LinksAccessibleByMouse);
     }
 
+    // A host with its own style and none of ours: every bubble's text still
+    // takes at least a line, and a long one more, in a page-like column.
+    void textRowsWithoutTheStyleSheet_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("isSend");
+        QTest::addColumn<int>("lines");
+        QTest::newRow("short, incoming") << "你好" << false << 1;
+        QTest::newRow("short, outgoing") << "你好" << true << 1;
+        QTest::newRow("empty") << "" << false << 1;
+        QTest::newRow("with a link") << "看 https://kv.cn/a 吧" << true << 1;
+        QTest::newRow("long wraps") << QStringLiteral("第一条很长的消息，").repeated(30) << false << 2;
+    }
+    void textRowsWithoutTheStyleSheet()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, isSend);
+        QFETCH(int, lines);
+        QVERIFY(qApp->styleSheet().isEmpty());
+        QWidget page;
+        auto *column = new QVBoxLayout(&page);
+        KvFriendMessageData data = message("BBC", QJsonDocument(QJsonObject{{"content", text}}).toJson());
+        data.isSend = isSend;
+        // Two rows, so that a label sized by its neighbour is not taken for one sized by its text.
+        column->addWidget(new KvChatItemWidget(data, &page));
+        column->addWidget(new KvChatItemWidget(message("BBC", R"({"content":"好"})"), &page));
+        column->addStretch();
+        page.resize(500, 900);
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        const QList<KvTextBubbleWidget *> bubbles = page.findChildren<KvTextBubbleWidget *>();
+        QCOMPARE(bubbles.size(), 2);
+        auto *label = bubbles.first()->findChild<QLabel *>();
+        QVERIFY2(label->height() >= lines * label->fontMetrics().height(), qPrintable(QString::number(label->height())));
+        QVERIFY(bubbles.first()->height() > label->height());
+        QVERIFY(bubbles.last()->findChild<QLabel *>()->height() >= label->fontMetrics().height());
+    }
+
     void picture_data()
     {
         QTest::addColumn<QSize>("picture");
@@ -176,6 +219,44 @@ private Q_SLOTS:
         QContextMenuEvent menuEvent(QContextMenuEvent::Mouse, QPoint(5, 5));
         QApplication::sendEvent(label, &menuEvent);
         QCOMPARE(entries, exists ? QStringList({"打开文件夹...", "图片另存为..."}) : QStringList());
+    }
+
+    // A picture whose header promises more than 40 megapixels is never decoded:
+    // the row draws the failure icon and offers no viewer.
+    void oversizedPicture_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("SVG declaring 100000 by 100000")
+            << "huge.svg"
+            << QByteArray("<svg xmlns='http://www.w3.org/2000/svg' width='100000' height='100000'>"
+                          "<rect width='100000' height='100000' fill='lime'/></svg>");
+        QTest::newRow("raster of 9000 by 9000") << "huge.ppm" << QByteArray("P6\n9000 9000\n255\n").append(300, '\x7f');
+    }
+    void oversizedPicture()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, bytes);
+        QFile file(m_dir.filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        file.close();
+
+        QImage icon(100, 100, QImage::Format_ARGB32_Premultiplied);
+        icon.fill(Qt::transparent);
+        QSvgRenderer renderer(QStringLiteral("themeIcons:imageFailed.kvsvg"));
+        QPainter painter(&icon);
+        renderer.render(&painter);
+        painter.end();
+
+        KvImageChatLabel image(false, file.fileName());
+        image.resize(600, 300);
+        image.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&image));
+        auto *label = image.findChild<KvClickableLabel *>();
+        QCOMPARE(label->pixmap(Qt::ReturnByValue).toImage().convertToFormat(icon.format()), icon);
+        QTest::mouseDClick(label, Qt::LeftButton, {}, QPoint(5, 5));
+        QVERIFY(!viewer());
     }
 };
 
