@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Renders the widget kit to PNG files offscreen, for looking at the theme:
 //   QT_QPA_PLATFORM=offscreen kvmess-kitscreenshots <output folder>
 #include "platform/confirmbox.h"

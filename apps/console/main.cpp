@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // kvmess-console: the messaging module in a host without windows, for
 // scripts, demonstrations, load and fault tests.
 #include "account/usermanager.h"

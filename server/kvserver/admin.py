@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Admin API for tests and the demo: plain JSON under /admin/ on the account port,
 answered to loopback clients only."""
 import asyncio

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "usermanager.h"
 
 #include "account/requesthelper.h"

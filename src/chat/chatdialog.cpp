@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "chatdialog.h"
 #include "ui_chatdialog.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "chatitemwidget.h"
 
 #include "account/accountnames.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "chatwidget.h"
 #include "ui_chatwidget.h"
 

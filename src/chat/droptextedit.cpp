@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "droptextedit.h"
 
 #include "platform/safety.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "filewidget.h"
 #include "ui_filewidget.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "newfriendrequestwidget.h"
 #include "ui_newfriendrequestwidget.h"
 

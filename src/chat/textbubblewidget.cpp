@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "textbubblewidget.h"
 
 #include "platform/safety.h"

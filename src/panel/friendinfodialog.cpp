@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendinfodialog.h"
 #include "ui_friendinfodialog.h"
 

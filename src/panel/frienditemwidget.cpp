@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "frienditemwidget.h"
 #include "ui_frienditemwidget.h"
 

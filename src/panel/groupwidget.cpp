@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "groupwidget.h"
 #include "ui_groupwidget.h"
 

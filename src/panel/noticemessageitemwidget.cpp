@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "noticemessageitemwidget.h"
 #include "ui_noticemessageitemwidget.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "noticeshowdialog.h"
 #include "ui_noticeshowdialog.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "browserdialog.h"
 
 #include "safety.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "framelessdialog.h"
 
 #include "theme.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "synchronetworkaccessmanger.h"
 
 #include "safety.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "webengineview.h"
 
 #include "safety.h"

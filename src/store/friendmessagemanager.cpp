@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendmessagemanager.h"
 
 #include "account/usermanager.h"

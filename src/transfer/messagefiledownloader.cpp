@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "messagefiledownloader.h"
 
 #include "kvmesslogging_p.h"

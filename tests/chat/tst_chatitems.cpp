@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "chat/chatitemwidget.h"
 #include "chat/imagechatlabel.h"
 #include "chat/textbubblewidget.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Whole conversations between console hosts, each a process of its own."""
 
 import os

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host application that docks the messaging panel, built against the
 // installed package. `--quit` ends it as soon as the window is up.
 #include <account/usermanager.h>
