@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The chat window at scale:
 //  - opening a conversation of a fifth of `long` and of `long` stored messages
 //    (texts, pictures and files mixed) until the page has laid out, beside as

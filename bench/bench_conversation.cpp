@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A long conversation, twice:
 //  - catch-up: 10,000 messages wait on the server while the link is down; the
 //    time from reconnecting until all are stored and signalled, beside a bare

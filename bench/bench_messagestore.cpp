@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Received text messages stored per second through the real path (server ->
 // WebSocket -> message worker -> SQLite), beside a plain loop of the same INSERT
 // statement on the same disk with the same connection settings.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Received chat messages parsed and dispatched per second, end to end over a
 // loopback WebSocket: the server pushes texts of 1 or of 100 chat frames, the
 // connection's thread parses them, emits onChatMsgReceived and acknowledges

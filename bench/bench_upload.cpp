@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Upload throughput of a file through the module (MD5, the two checks, 5 MiB
 // blocks, the chat frame) beside curl posting the same kind of blocks to the
 // same file service, and the peak memory of the module's upload.

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: MIT
 """Runs the benchmarks of a build and prints one table, with the machine it ran on.
 
     report.py --build build [--quick]

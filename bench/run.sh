@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the benchmarks, runs them one after the other and prints one table.
 # Arguments go to report.py (--quick for short runs).
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs what is missing, then configures and builds into $KVMESS_BUILD_DIR
 # (default build/). Arguments go to `cmake --build`, e.g. --target kvmess-console.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: MIT
 """The main job's scripted conversation.
 
 Starts the reference server with the demo accounts in a temporary folder and

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The main job: builds the module and its console host, starts the reference
 # server with the demo accounts in a temporary folder, plays a short
 # conversation between zhangwei and chenjing through two console hosts, prints

@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Starts and stops a reference server for a test run.
 #   fixture.sh start DIR   wipe DIR, start the server on free ports, write DIR/env
 #   fixture.sh stop DIR    stop the server started in DIR

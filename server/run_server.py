@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: MIT
 """Runs the KvMess reference server: account, file and message services."""
 import os
 import sys

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kvmesslogging_p.h"
 
 Q_LOGGING_CATEGORY(kvMessaging, "kvmess.messaging")

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "privatefiles_p.h"
 
 #include <QFile>

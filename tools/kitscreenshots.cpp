@@ -1,11 +1,14 @@
+// SPDX-License-Identifier: MIT
 // Renders the widget kit to PNG files offscreen, for looking at the theme:
 //   QT_QPA_PLATFORM=offscreen kvmess-kitscreenshots <output folder>
+#include "platform/confirmbox.h"
 #include "platform/framelessdialog.h"
 #include "platform/iconbutton.h"
 #include "platform/inputdialog.h"
 #include "platform/menu.h"
 #include "platform/messagebox.h"
 #include "platform/picshowwindow.h"
+#include "platform/safety.h"
 #include "platform/theme.h"
 
 #include <QApplication>
@@ -19,6 +22,7 @@
 #include <QPushButton>
 #include <QTextEdit>
 #include <QTimer>
+#include <QUrl>
 #include <QVBoxLayout>
 
 #include <cstdio>
@@ -223,6 +227,29 @@ void renderMessageBox()
     KvMessageBox::show(nullptr, QStringLiteral("删除好友【zhangwei】失败。"), nullptr);
 }
 
+// The boxes of the safety switch: a link that was not opened, a received
+// program, a friend's removal.
+void renderSafetyBoxes()
+{
+    KvSafety::setEnabled(true);
+    const auto grabNext = [](const char *name) {
+        QTimer::singleShot(0, [name] {
+            QWidget *box = QApplication::activeModalWidget();
+            QApplication::processEvents();
+            saveOnDesk(box, QString::fromLatin1(name));
+            box->close();
+        });
+    };
+    grabNext("safety-link-not-opened.png");
+    KvSafety::openLink(QUrl(QStringLiteral("file:///home/wang/UserInfo/wang/报告.exe")), nullptr);
+    grabNext("safety-open-program.png");
+    KvSafety::confirmOpenFile(QStringLiteral("/home/wang/UserInfo/wang/安装程序.sh"), nullptr);
+    grabNext("safety-remove-friend.png");
+    KvConfirmBox::ask(nullptr, QStringLiteral("删除好友"),
+                      QStringLiteral("删除好友【张伟】后，与其的聊天记录也会一并删除，且无法恢复。\n\n确定删除吗？"));
+    KvSafety::setEnabled(false);
+}
+
 void renderMenu()
 {
     KvMenu menu;
@@ -316,6 +343,7 @@ int main(int argc, char *argv[])
     renderSampler(KvTheme::Dark, "kit-frameless-dialog-dark.png");
     renderInputDialog();
     renderMessageBox();
+    renderSafetyBoxes();
     renderMenu();
     renderPictureViewer();
     renderIconSheet();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Renders a conversation's worth of rows into PNG files, as a person sees them
 // in the chat window: texts with links both ways, pictures, a file in every
 // state, friend events, a notice and the customer-service lines.

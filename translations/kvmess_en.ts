@@ -94,6 +94,17 @@
     </message>
 </context>
 <context>
+    <name>KvConfirmBox</name>
+    <message>
+        <source>是</source>
+        <translation>Yes</translation>
+    </message>
+    <message>
+        <source>否</source>
+        <translation>No</translation>
+    </message>
+</context>
+<context>
     <name>KvDesktopNotifier</name>
     <message>
         <source>[文件]</source>
@@ -397,6 +408,14 @@
         <source>删除好友【%1】失败。</source>
         <translation>Could not remove friend [%1].</translation>
     </message>
+    <message>
+        <source>删除好友【%1】后，与其的聊天记录也会一并删除，且无法恢复。
+
+确定删除吗？</source>
+        <translation>Removing [%1] from your friends also deletes your conversation with them, and it cannot be restored.
+
+Remove this friend?</translation>
+    </message>
 </context>
 <context>
     <name>KvFriendManager</name>
@@ -641,6 +660,43 @@
     <message>
         <source>关闭</source>
         <translation>Close</translation>
+    </message>
+</context>
+<context>
+    <name>KvSafety</name>
+    <message>
+        <source>链接没有写明协议。</source>
+        <translation>The link names no scheme.</translation>
+    </message>
+    <message>
+        <source>“%1:”链接可以打开本机文件或运行程序。</source>
+        <translation>A "%1:" link can open files on this computer or run programs.</translation>
+    </message>
+    <message>
+        <source>链接未打开</source>
+        <translation>Link not opened</translation>
+    </message>
+    <message>
+        <source>未打开链接：
+%1
+
+%2只打开 http、https 和 mailto 链接。</source>
+        <translation>This link was not opened:
+%1
+
+%2 Only http, https and mailto links open.</translation>
+    </message>
+    <message>
+        <source>打开文件</source>
+        <translation>Open file</translation>
+    </message>
+    <message>
+        <source>“%1”是可以运行的程序或脚本，打开它会在本机上运行其中的代码。
+
+只有信任发送者时才打开。仍要打开吗？</source>
+        <translation>"%1" is a program or script: opening it runs its code on this computer.
+
+Open it only if you trust the sender. Open it anyway?</translation>
     </message>
 </context>
 <context>

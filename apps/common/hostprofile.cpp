@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "hostprofile.h"
 
 #include "account/usermanager.h"

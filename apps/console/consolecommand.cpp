@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "consolecommand.h"
 
 #include <QProcess>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "consoleformat.h"
 
 #include "account/groupinfo.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "consolehost.h"
 
 #include "account/usermanager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "consoleinput.h"
 
 #include <QSocketNotifier>

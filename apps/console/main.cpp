@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // kvmess-console: the messaging module in a host without windows, for
 // scripts, demonstrations, load and fault tests.
 #include "account/usermanager.h"
@@ -6,6 +7,7 @@
 #include "consolehost.h"
 #include "consoleinput.h"
 #include "messaging/wscommunicationtesthook_p.h"
+#include "platform/safety.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -85,6 +87,7 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     g_defaultHandler = qInstallMessageHandler(filterMessages);
     QApplication app(argc, argv);
+    KvSafety::setEnabled(true); // peers are not trusted: see the README's Security section
     // Windows of the module come and go (a notice page); the host ends by its own rule.
     QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName(QStringLiteral("kvmess-console"));

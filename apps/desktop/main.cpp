@@ -6,6 +6,7 @@
 #include "desktoptray.h"
 #include "desktopwindow.h"
 #include "panel/usercommwidget.h"
+#include "platform/safety.h"
 #include "platform/theme.h"
 #include "singleinstance.h"
 #include "translations.h"
@@ -58,6 +59,7 @@ void quitOnSignals(QWidget *window)
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
+    KvSafety::setEnabled(true); // peers are not trusted: see the README's Security section
     QCoreApplication::setApplicationName(QStringLiteral("kvmess-desktop"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KVMESS_DESKTOP_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("kvmess-desktop"));

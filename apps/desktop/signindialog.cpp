@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "signindialog.h"
 
 #include "account/usermanager.h"

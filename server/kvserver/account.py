@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The account service: sign-in paths under pro/, profile and friend paths under app/."""
 import re
 import secrets

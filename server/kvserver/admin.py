@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Admin API for tests and the demo: plain JSON under /admin/ on the account port,
 answered to loopback clients only."""
 import asyncio
@@ -35,6 +36,8 @@ def _is_loopback(remote):
 class AdminApi:
     def __init__(self, ctx):
         self.ctx = ctx
+        # While set, account replies wait: a stalled account service.
+        self.account_hold = None
 
     @property
     def store(self):
@@ -61,6 +64,7 @@ class AdminApi:
             web.post("/admin/close", self.close),
             web.post("/admin/refuse", self.refuse),
             web.post("/admin/hold_sss", self.hold_sss),
+            web.post("/admin/hold_account", self.hold_account),
             web.post("/admin/catch_up_pause", self.catch_up_pause),
             web.post("/admin/fail_block", self.fail_block),
             web.get("/admin/messages", self.messages),
@@ -75,6 +79,8 @@ class AdminApi:
     @web.middleware
     async def middleware(self, request, handler):
         if not request.path.startswith("/admin"):
+            if self.account_hold is not None:
+                await self.account_hold.wait()
             return await handler(request)
         if not _is_loopback(request.remote or ""):
             return _json({"error": "loopback only"}, 403)
@@ -228,6 +234,16 @@ class AdminApi:
         released = await self.hub.set_hold_sss(obj.get("on", True), bool(obj.get("drop", False)))
         return _json({"on": self.hub.hold_sss, "held": len(self.hub.held_sss), "released": released})
 
+    async def hold_account(self, request):
+        obj = await self.body(request)
+        if obj.get("on", True):
+            if self.account_hold is None:
+                self.account_hold = asyncio.Event()
+        elif self.account_hold is not None:
+            self.account_hold.set()
+            self.account_hold = None
+        return _json({"on": self.account_hold is not None})
+
     async def catch_up_pause(self, request):
         obj = await self.body(request)
         self.hub.catch_up_pause = max(0.0, float(obj.get("seconds", 0)))
@@ -289,6 +305,9 @@ class AdminApi:
         return _json({"cleared": True})
 
     async def reset(self, request):
+        if self.account_hold is not None:
+            self.account_hold.set()
+            self.account_hold = None
         await self.hub.close_all()
         await asyncio.sleep(0)
         self.ctx.reset()

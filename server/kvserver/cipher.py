@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Body cipher shared with the client: AES-256-GCM, laid out as
 12-byte nonce || ciphertext || 16-byte tag, raw bytes, no associated data."""
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Shared state of the three services and the helpers of the HTTP envelope."""
 import collections
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The file service: block uploads by MD5 at /message/file/fsfa and /message/file/fsf,
 and plain downloads of complete files."""
 import hashlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Starts the account service, the file service and the message server in one process."""
 import argparse
 import asyncio

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The message server: one WebSocket per device at /wsmessage, JSON text frames."""
 import asyncio
 import itertools

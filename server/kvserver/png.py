@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Tiny PNG writer for generated face pictures (no imaging library needed)."""
 import hashlib
 import struct

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """SQLite state of the server: accounts, tokens, friendships, enterprises,
 messages with their delivery state, files, faces, SMS codes and scan scenes."""
 import json

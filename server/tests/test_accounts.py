@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+import asyncio
 import json
 
 import pytest
@@ -245,3 +247,13 @@ async def test_admin_profile_change_reaches_the_lists(client):
     async with client.session.post(client.info["admin_url"] + "profile",
                                    json={"username": "nobody", "nickname": "x"}) as r:
         assert r.status == 404
+
+
+async def test_held_account_replies_wait_until_released(client):
+    token = await client.login("lina")
+    await client.admin("POST", "hold_account", {"on": True})
+    pending = asyncio.ensure_future(client.call("GET", "app/user/profile", token=token))
+    await asyncio.sleep(0.3)
+    assert not pending.done()
+    await client.admin("POST", "hold_account", {"on": False})
+    assert (await asyncio.wait_for(pending, 5))["code"] == 200

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "accountnames.h"
 
 bool isCustomerServiceAccount(const QString &userName)

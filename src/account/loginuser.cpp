@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "loginuser.h"
 
 #include "platform/encrypter.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "requesthelper.h"
 
 #include "platform/syshelper.h"

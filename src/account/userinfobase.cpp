@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "userinfobase.h"
 
 bool KvUserInfoBase::operator==(const KvUserInfoBase &other) const

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "usermanager.h"
 
 #include "account/requesthelper.h"
@@ -8,6 +9,7 @@
 #include "platform/encrypter.h"
 #include "platform/mc.h"
 #include "platform/offlineauthorizemanager.h"
+#include "platform/safety.h"
 #include "platform/selfservermanager.h"
 #include "platform/synchronetworkaccessmanger.h"
 #include "privatefiles_p.h"
@@ -614,7 +616,7 @@ void KvUserManager::logOut()
 // --- contact and profile requests ---------------------------------------------
 
 bool KvUserManager::friendOperation(const QByteArray &verb, const QString &path, QJsonObject body,
-                                    const QString &failure)
+                                    const QString &failure, bool needsSuccessCode)
 {
     KvRequestHelper::addPlatformAndClientToJson(body);
     KvSynchroNetworkAccessManger manager;
@@ -630,7 +632,13 @@ bool KvUserManager::friendOperation(const QByteArray &verb, const QString &path,
         qCDebug(kvAccount).noquote() << failure << QJsonDocument(parsed).toJson(QJsonDocument::Compact);
         return false;
     }
-    // The reply's code is not looked at: only a network failure fails the call.
+    // Without the safety switch the reply's code is not looked at: only a
+    // network failure fails the call. A removal drops the conversation, so
+    // with the switch it needs the server's own success.
+    if (needsSuccessCode && KvSafety::enabled() && parsed.value(QLatin1String("code")).toInt() != 200) {
+        qCDebug(kvAccount).noquote() << failure << QJsonDocument(parsed).toJson(QJsonDocument::Compact);
+        return false;
+    }
     return true;
 }
 
@@ -658,7 +666,7 @@ bool KvUserManager::removeFriend(const QString &username)
 {
     return friendOperation("DELETE", QStringLiteral("app/friend/mate"),
                            {{QStringLiteral("username"), username}, {QStringLiteral("auth"), loginUser.token}},
-                           QStringLiteral("Delete Friend Failed! %1").arg(username));
+                           QStringLiteral("Delete Friend Failed! %1").arg(username), true);
 }
 
 bool KvUserManager::modifyUserInfoToServer(const KvUserInfoSelf &info)

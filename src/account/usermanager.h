@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "kvmess_export.h"
@@ -124,7 +125,7 @@ private:
     bool parseUserInfoSelf(const QByteArray &data, bool flat);
     bool accountLoginReplyFinished(QNetworkReply *reply);
     bool signInBy(const QString &path, const QJsonObject &body, const QString &password, bool withPassword);
-    bool friendOperation(const QByteArray &verb, const QString &path, QJsonObject body, const QString &failure);
+    bool friendOperation(const QByteArray &verb, const QString &path, QJsonObject body, const QString &failure, bool needsSuccessCode = false);
     bool uploadHeadPortraitToServer(const QPixmap &pixmap, const QString &fileName, QByteArray &reply);
     bool modifyHeadPortraitToServer(const QString &url);
     static QString parseHeadPortraitResponse(const QByteArray &data);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "usermanagersync.h"
 
 #include "account/accountnames.h"

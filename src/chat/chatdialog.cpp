@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "chatdialog.h"
 #include "ui_chatdialog.h"
 
@@ -45,6 +46,7 @@ KvChatDialog::KvChatDialog()
     auto *content = new QWidget;
     setContentWidget(content);
     ui->setupUi(content);
+    ui->labelNikeName->setTextFormat(Qt::PlainText);
     setMinimumSize(600, 500);
     init();
 }
@@ -294,6 +296,15 @@ void KvChatDialog::slotCustomContextMenuRequested(QPoint pos)
     // After the menu has gone: removing the last conversation closes this window.
     if (!chosen.isEmpty())
         removeChat(chosen);
+}
+
+void KvChatDialog::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) {
+        event->accept();
+        return;
+    }
+    KvFramelessDialog::keyPressEvent(event);
 }
 
 bool KvChatDialog::eventFilter(QObject *watched, QEvent *event)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "kvmess_export.h"
@@ -38,6 +39,10 @@ public:
     // Opens every conversation with unread messages; only the last, which
     // becomes current, is marked read.
     static void openAllUnreadMessage();
+
+protected:
+    // Esc would close the window and every open conversation with its draft.
+    void keyPressEvent(QKeyEvent *event) override;
 
 private Q_SLOTS:
     void slotCurrentRowChanged(int row);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "chatitemwidget.h"
 
 #include "account/accountnames.h"
@@ -96,6 +97,7 @@ KvChatItemWidget::KvChatItemWidget(const KvFriendMessageData &message, QWidget *
 
     labelName = new QLabel(this);
     labelName->setObjectName(QStringLiteral("labelName"));
+    labelName->setTextFormat(Qt::PlainText);
     labelName->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     labelTime = new QLabel(this);
     labelTime->setObjectName(QStringLiteral("labelTime"));
@@ -250,8 +252,12 @@ void KvChatItemWidget::buildContent(const KvFriendMessageData &message)
         labelTime->hide();
         alignment = Qt::AlignHCenter | Qt::AlignVCenter;
         if (kind == 13) {
-            if (const auto agent = content.dynamicCast<KvMsgNewCustomerService>())
-                contentWidget = new QLabel(tr("已为您分配新的客服:%1").arg(agent->nikeName()));
+            if (const auto agent = content.dynamicCast<KvMsgNewCustomerService>()) {
+                auto *label = new QLabel;
+                label->setTextFormat(Qt::PlainText);
+                label->setText(tr("已为您分配新的客服:%1").arg(agent->nikeName()));
+                contentWidget = label;
+            }
         } else if (kind == 14) {
             contentWidget = new QLabel(tr("客服忙，请稍后重试"));
         } else {

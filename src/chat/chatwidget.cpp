@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "chatwidget.h"
 #include "ui_chatwidget.h"
 
@@ -23,6 +24,7 @@ KvChatWidget::KvChatWidget(const QString &userName, bool isGroup, QWidget *paren
     , scrollTimer(this)
 {
     ui->setupUi(this);
+    ui->labelNikeName->setTextFormat(Qt::PlainText);
     init();
 }
 

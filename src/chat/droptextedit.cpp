@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "droptextedit.h"
 
+#include "platform/safety.h"
 #include "platform/theme.h"
 
 #include <QBuffer>
@@ -23,6 +25,7 @@ KvDropTextEdit::~KvDropTextEdit() = default;
 
 void KvDropTextEdit::insertFile(const QString &path)
 {
+    insertedPaths << path << path.toHtmlEscaped();
     const QFileInfo info(path);
     const QIcon icon = QFileIconProvider().icon(info);
     const QString name = info.fileName();
@@ -67,7 +70,7 @@ QStringList KvDropTextEdit::getFiles() const
     QRegularExpressionMatchIterator matches = picture.globalMatch(toHtml());
     while (matches.hasNext()) {
         const QString path = matches.next().captured(1);
-        if (!path.isEmpty())
+        if (!path.isEmpty() && (!KvSafety::enabled() || insertedPaths.contains(path)))
             files << path;
     }
     return files;
@@ -96,4 +99,21 @@ void KvDropTextEdit::dropEvent(QDropEvent *event)
     for (const QUrl &url : event->mimeData()->urls())
         insertFile(url.toLocalFile());
     event->acceptProposedAction();
+}
+
+void KvDropTextEdit::insertFromMimeData(const QMimeData *source)
+{
+    if (!KvSafety::enabled()) {
+        QTextEdit::insertFromMimeData(source);
+        return;
+    }
+    bool files = false;
+    for (const QUrl &url : source->urls()) {
+        if (url.isLocalFile()) {
+            insertFile(url.toLocalFile());
+            files = true;
+        }
+    }
+    if (!files)
+        insertPlainText(source->text());
 }

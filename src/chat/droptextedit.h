@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "kvmess_export.h"
 
+#include <QSet>
 #include <QStringList>
 #include <QTextEdit>
 
@@ -18,6 +20,8 @@ public:
 
     void insertFile(const QString &path);
     // The paths in document order, as the HTML has them (so "&" reads "&amp;").
+    // With KvSafety on, only those that insertFile put there: a pasted picture
+    // whose title names a path is no attachment.
     QStringList getFiles() const;
     // The plain text without the pictures, trimmed.
     QString getText() const;
@@ -25,4 +29,10 @@ public:
 protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    // With KvSafety on, pasted files become attachments and anything else is
+    // pasted as plain text, so pasted markup neither loads nor attaches.
+    void insertFromMimeData(const QMimeData *source) override;
+
+private:
+    QSet<QString> insertedPaths;
 };

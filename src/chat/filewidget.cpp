@@ -1,13 +1,16 @@
+// SPDX-License-Identifier: MIT
 #include "filewidget.h"
 #include "ui_filewidget.h"
 
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
 #include "platform/messagebox.h"
+#include "platform/safety.h"
 #include "platform/theme.h"
 #include "store/friendmessagedata.h"
 #include "store/usercommmanager.h"
 
+#include <QApplication>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFile>
@@ -46,6 +49,7 @@ KvFileWidget::KvFileWidget(const KvFriendMessageData &message, QWidget *parent)
     , filePath(message.fileInfo.filePath)
 {
     ui->setupUi(this);
+    ui->labelFileName->setTextFormat(Qt::PlainText);
     ui->pushButtonIcon->setIcon(fileIcon());
     setAttribute(Qt::WA_StyledBackground);
     // The form's widths fit the Chinese texts; a translation takes what it needs.
@@ -194,6 +198,8 @@ void KvFileWidget::slotUpdateProgress(QString messageId, double value)
 
 void KvFileWidget::openFile(const QString &path)
 {
+    if (!KvSafety::confirmOpenFile(path, QApplication::activeWindow()))
+        return;
     emit KvUserCommManager::instance()->signalLaodFile(path);
 }
 

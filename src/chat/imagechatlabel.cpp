@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "imagechatlabel.h"
 
 #include "chat/filewidget.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "newfriendrequestwidget.h"
 #include "ui_newfriendrequestwidget.h"
 
@@ -33,6 +34,7 @@ KvNewFriendRequestWidget::KvNewFriendRequestWidget(const KvFriendMessageData &me
     , messageId(message.messageLocalId)
 {
     ui->setupUi(this);
+    ui->labelPhone->setTextFormat(Qt::PlainText);
     setAttribute(Qt::WA_StyledBackground);
     ui->labelTime->setProperty("read", true);
     ui->labelTime->setText(KvFriendMessageManager::messageTimeText(message.time));

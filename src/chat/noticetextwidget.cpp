@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "noticetextwidget.h"
 #include "ui_noticetextwidget.h"
 

@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "textbubblewidget.h"
 
+#include "platform/safety.h"
 #include "platform/theme.h"
 
 #include <QHBoxLayout>
@@ -15,7 +17,7 @@ KvTextBubbleWidget::KvTextBubbleWidget(bool isSend, const QString &text, QWidget
     setAttribute(Qt::WA_StyledBackground);
     label = new QLabel(this);
     label->setWordWrap(true);
-    label->setOpenExternalLinks(true);
+    KvSafety::routeLinks(label);
     setText(text);
     // The bubble's height comes from the label's height for its width. A new
     // policy drops that flag, which only a style change would set again, so a
@@ -59,7 +61,7 @@ void KvTextBubbleWidget::setText(const QString &text)
             plainText.append(links.at(i));
         }
     }
-    label->setText(html);
+    KvSafety::setReceivedText(label, html);
 }
 
 void KvTextBubbleWidget::paintEvent(QPaintEvent *event)

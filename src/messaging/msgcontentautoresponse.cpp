@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "msgcontentautoresponse_p.h"
 
 #include <QJsonArray>

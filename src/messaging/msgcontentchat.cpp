@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "msgcontentchat.h"
 
 void KvMsgContentChat::parseJsonValue(const QJsonValue &value)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "msgcontentchatpic.h"
 
 QString KvMsgContentChatPic::type() const

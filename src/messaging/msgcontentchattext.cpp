@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "msgcontentchattext.h"
 
 #include <QJsonObject>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "msgcontentnotice.h"
 
 KvMsgContentNotice::KvMsgContentNotice(const QString &type)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "msgcontentrequpdate_p.h"
 
 #include <QJsonObject>

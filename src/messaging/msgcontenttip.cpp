@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "msgcontenttip.h"
 
 KvMsgContentTip::KvMsgContentTip(const QString &type)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "msgcontentuserinfo.h"
 
 #include <QJsonObject>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "msgnewcustomerservice.h"
 
 #include <QJsonObject>

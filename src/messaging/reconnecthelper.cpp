@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reconnecthelper.h"
 
 #include "wscommunicationmanager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wscommunicationmanager.h"
 
 #include "msgcontentchatfile.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wscommunicationprivate_p.h"
 
 #include "msgcontentautoresponse_p.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wscommunicationtesthook_p.h"
 
 #include "wscommunicationmanager.h"

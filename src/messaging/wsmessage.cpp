@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wsmessage.h"
 
 #include "wsmessagecontent.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wsmessagecontent.h"
 
 KvWSMessageContent::~KvWSMessageContent() = default;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wsmessagecontentfactory.h"
 
 #include "msgcontentchatfile.h"

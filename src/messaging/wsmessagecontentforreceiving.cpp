@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wsmessagecontentforreceiving.h"
 
 QJsonValue KvWSMessageContentForReceiving::toJsonValue() const

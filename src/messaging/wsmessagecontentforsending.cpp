@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wsmessagecontentforsending.h"
 
 void KvWSMessageContentForSending::parseJsonValue(const QJsonValue &)

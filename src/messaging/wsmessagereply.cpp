@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wsmessagereply.h"
 
 #include "wscommunicationprivate_p.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wssignalsfilterformgr.h"
 
 #include "wscommunicationmanager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "companywidget.h"
 #include "ui_companywidget.h"
 

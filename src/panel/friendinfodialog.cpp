@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendinfodialog.h"
 #include "ui_friendinfodialog.h"
 
@@ -26,6 +27,8 @@ KvFriendInfoDialog::KvFriendInfoDialog(const QString &userName, QWidget *parent)
 {
     auto *content = new QWidget;
     ui->setupUi(content);
+    for (QLabel *label : {ui->labelNickName, ui->labelHomeTown, ui->labelRemark})
+        label->setTextFormat(Qt::PlainText);
     setContentWidget(content);
     setWindowTitle(tr("资料"));
     ui->pushButtonHeadPortrait->setType(KvIconButton::Round);

@@ -1,11 +1,14 @@
+// SPDX-License-Identifier: MIT
 #include "frienditemwidget.h"
 #include "ui_frienditemwidget.h"
 
 #include "account/usermanager.h"
 #include "panel/friendinfodialog.h"
 #include "panel/usercommwidget.h"
+#include "platform/confirmbox.h"
 #include "platform/menu.h"
 #include "platform/messagebox.h"
+#include "platform/safety.h"
 #include "store/friendmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "store/windowlinks_p.h"
@@ -17,6 +20,7 @@ KvFriendItemWidget::KvFriendItemWidget(const KvUserInfoFriend &info, QWidget *pa
     , ui(new Ui::KvFriendItemWidget)
 {
     ui->setupUi(this);
+    ui->labelName->setTextFormat(Qt::PlainText);
     ui->pushButtonHeadPortrait->setType(KvIconButton::Round);
     ui->pushButtonHeadPortrait->setDefaultIcon(QStringLiteral("themeIcons:userDefaultHeadPortrait.kvsvg"));
     ui->pushButtonHeadPortrait->setIconSize(QSize(34, 34));
@@ -72,6 +76,11 @@ void KvFriendItemWidget::slotCheckInformation()
 
 void KvFriendItemWidget::slotRemoveFriend()
 {
+    if (KvSafety::enabled()
+        && !KvConfirmBox::ask(this, tr("删除好友"),
+                              tr("删除好友【%1】后，与其的聊天记录也会一并删除，且无法恢复。\n\n确定删除吗？")
+                                  .arg(ui->labelName->text())))
+        return;
     if (KvUserManager::instance()->removeFriend(userName)) {
         KvUserCommManager::instance()->friendMessageManager()->slotFriendRemove(userName);
         return;

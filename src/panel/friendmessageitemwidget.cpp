@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendmessageitemwidget.h"
 #include "ui_friendmessageitemwidget.h"
 

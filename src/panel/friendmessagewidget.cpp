@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendmessagewidget.h"
 
 #include "account/accountnames.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendwidget.h"
 #include "ui_friendwidget.h"
 

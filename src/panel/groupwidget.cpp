@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "groupwidget.h"
 #include "ui_groupwidget.h"
 
@@ -17,6 +18,7 @@ KvGroupWidget::KvGroupWidget(const KvGroupInfo &info, QWidget *parent)
     , enterpriseId(info.enterpriseId)
 {
     ui->setupUi(this);
+    ui->labelName->setTextFormat(Qt::PlainText);
     setAttribute(Qt::WA_StyledBackground);
     ui->pushButtonHeadPortrait->setType(KvIconButton::Round);
     ui->pushButtonHeadPortrait->setDefaultIcon(QStringLiteral("themeIcons:chat.kvsvg"));

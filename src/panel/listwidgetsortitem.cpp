@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "listwidgetsortitem.h"
 
 #include <QCollator>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "noticemessageitemwidget.h"
 #include "ui_noticemessageitemwidget.h"
 
@@ -6,6 +7,7 @@
 #include "chat/noticetextwidget.h"
 #include "panel/noticeshowdialog.h"
 #include "panel/usercommwidget.h"
+#include "platform/safety.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -40,8 +42,8 @@ void KvNoticeMessageItemWidget::showNotice(bool read, bool open, KvNoticeShowDia
         const QJsonObject object = QJsonDocument::fromJson(message.content).object();
         const QString url = object.value(QLatin1String("url")).toString();
         const qint64 id = object.value(QLatin1String("notice")).toObject().value(QLatin1String("id")).toVariant().toLongLong();
-        const QString page = QStringLiteral("%1?token=%2&id=%3")
-                                 .arg(url, KvUserManager::instance()->getUserLoginInfo().token, QString::number(id));
+        const QString page =
+            KvSafety::noticePageUrl(url, KvUserManager::instance()->getUserLoginInfo().token, id);
         if (dialog) {
             dialog->showUrl(page, listItem);
         } else {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "noticemessagewidget.h"
 #include "ui_noticemessagewidget.h"
 

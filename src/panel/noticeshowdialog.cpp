@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "noticeshowdialog.h"
 #include "ui_noticeshowdialog.h"
 
@@ -32,6 +33,7 @@ void KvNoticeShowDialog::showUrl(const QString &url, QListWidgetItem *item)
     currentItem = item;
     ui->pushButtonPre->setEnabled(true);
     ui->pushButtonNext->setEnabled(true);
+    // An empty address leaves the view blank.
     webView->load(QUrl(url));
 }
 

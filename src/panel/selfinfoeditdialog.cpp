@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "selfinfoeditdialog.h"
 #include "ui_selfinfoeditdialog.h"
 

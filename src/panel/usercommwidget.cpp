@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "usercommwidget.h"
 #include "ui_usercommwidget.h"
 

@@ -1,7 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "browserdialog.h"
 
+#include "safety.h"
+#include "webengineview.h"
+
 #include <QVBoxLayout>
-#include <QWebEngineView>
 
 KvBrowserDialog::KvBrowserDialog(QWidget *parent)
     : QDialog(parent)
@@ -21,7 +24,8 @@ void KvBrowserDialog::load(const QUrl &url)
 QWebEngineView *KvBrowserDialog::view()
 {
     if (!m_view) {
-        m_view = new QWebEngineView(this);
+        // With the safety switch the page stays on the web and reads no file.
+        m_view = KvSafety::enabled() ? new KvWebEngineView(this) : new QWebEngineView(this);
         layout()->addWidget(m_view);
         if (m_url.isValid())
             m_view->load(m_url);

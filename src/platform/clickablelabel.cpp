@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "clickablelabel.h"
 
 #include <QMouseEvent>

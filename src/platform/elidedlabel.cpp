@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "elidedlabel.h"
 
+#include "safety.h"
+
 #include <QHelpEvent>
 #include <QPainter>
 #include <QStyle>
@@ -34,7 +36,7 @@ bool KvElidedLabel::event(QEvent *event)
     if (event->type() == QEvent::ToolTip && toolTip().isEmpty()) {
         const auto *help = static_cast<QHelpEvent *>(event);
         if (shownText() != oneLine())
-            QToolTip::showText(help->globalPos(), text(), this);
+            QToolTip::showText(help->globalPos(), KvSafety::plainToolTip(text()), this);
         else
             QToolTip::hideText();
         return true;

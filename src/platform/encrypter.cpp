@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "encrypter.h"
 
 #include "platformlogging_p.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "framelessdialog.h"
 
 #include "theme.h"
@@ -49,6 +50,7 @@ KvFramelessDialog::KvFramelessDialog(QWidget *parent, bool resizable)
     titleLayout->setContentsMargins(12, 4, 4, 4);
     titleLayout->setSpacing(4);
     m_titleLabel = new QLabel(m_builtinTitle);
+    m_titleLabel->setTextFormat(Qt::PlainText);
     m_titleLabel->setObjectName(QStringLiteral("kvTitleLabel"));
     titleLayout->addWidget(m_titleLabel, 1);
     auto *close = new QPushButton(m_builtinTitle);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "jsonhelper.h"
 
 QByteArray KvJsonHelper::encodeJsonToByteArray(const QJsonArray &array, QJsonDocument::JsonFormat format)

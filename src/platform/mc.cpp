@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "mc.h"
 
 #include "mceventdispatcher.h"

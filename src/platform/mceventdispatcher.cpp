@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "mceventdispatcher.h"
 
 McEventDispatcher::McEventDispatcher(QObject *parent)

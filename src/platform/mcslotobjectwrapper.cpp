@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "mcslotobjectwrapper.h"
 
 #include "platformlogging_p.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "menu.h"
 
 KvMenu::KvMenu(QWidget *parent)

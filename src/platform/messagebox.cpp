@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "messagebox.h"
 
 #include "framelessdialog.h"
@@ -69,7 +70,10 @@ int KvMessageBox::show(QWidget *parent, const QString &title, const QString &tex
         iconLabel->setFixedSize(32, 32);
         row->addWidget(iconLabel, 0, Qt::AlignTop);
     }
-    auto *textLabel = new QLabel(text, content);
+    // Texts name users and files that others chose.
+    auto *textLabel = new QLabel(content);
+    textLabel->setTextFormat(Qt::PlainText);
+    textLabel->setText(text);
     textLabel->setObjectName(QStringLiteral("labelText"));
     textLabel->setWordWrap(true);
     textLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);

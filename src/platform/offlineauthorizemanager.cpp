@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "offlineauthorizemanager.h"
 
 KvOfflineAuthorizeManager *KvOfflineAuthorizeManager::instance()

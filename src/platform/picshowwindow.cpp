@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "picshowwindow.h"
 
 #include "theme.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platformlogging_p.h"
 
 Q_LOGGING_CATEGORY(kvPlatform, "kvmess.platform")

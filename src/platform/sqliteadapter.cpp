@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sqliteadapter_p.h"
 
 #include "databasefactory.h"

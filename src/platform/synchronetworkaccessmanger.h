@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "kvplatform_export.h"
@@ -16,7 +17,8 @@ class QNetworkReply;
 // pool thread without an event loop of its own the local loop is all it needs.
 // The reply stays readable until this manager is destroyed; callers may still
 // deleteLater() it earlier. A failure is the reply's error(), never null.
-// Time limits are the request's own (QNetworkRequest::setTransferTimeout).
+// Time limits are the request's own (QNetworkRequest::setTransferTimeout);
+// with KvSafety on, a request without one gets KvSafety::transferTimeout().
 // Use one manager on one thread only.
 class KVPLATFORM_EXPORT KvSynchroNetworkAccessManger : public QObject
 {

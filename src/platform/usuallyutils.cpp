@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "usuallyutils.h"
 
 #include <QCoreApplication>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commmanagerinterface.h"
 
 #include "store/usercommmanager.h"

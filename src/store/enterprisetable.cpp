@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "enterprisetable_p.h"
 
 #include "platform/dataadapter.h"

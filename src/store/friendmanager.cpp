@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendmanager.h"
 
 #include "account/usermanager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendmanagersync.h"
 
 #include "account/accountnames.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendmessagedata.h"
 
 #include "account/accountnames.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendmessagemanager.h"
 
 #include "account/usermanager.h"
@@ -8,6 +9,7 @@
 #include "messaging/wsmessagereply.h"
 #include "platform/browserdialog.h"
 #include "platform/dataadapter.h"
+#include "platform/safety.h"
 #include "store/friendmessagemanagersync.h"
 #include "store/messagestatements_p.h"
 #include "store/windowlinks_p.h"
@@ -279,9 +281,7 @@ void KvFriendMessageManager::slotOnPopNoticeMsgReceived(KvWSMessagePtr message)
     const QJsonObject content = message->content()->toJsonValue().toObject();
     const QString url = content.value(QLatin1String("url")).toString();
     const int id = content.value(QLatin1String("notice")).toObject().value(QLatin1String("id")).toInt();
-    const QString page = QStringLiteral("%1?token=%2&id=%3")
-                             .arg(url, KvUserManager::instance()->getUserLoginInfo().token)
-                             .arg(id);
+    const QString page = KvSafety::noticePageUrl(url, KvUserManager::instance()->getUserLoginInfo().token, id);
     KvBrowserDialog dialog(KvWindowLinks::mainWidget());
     dialog.setWindowTitle(tr("优惠"));
     dialog.load(QUrl(page));

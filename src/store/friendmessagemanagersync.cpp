@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendmessagemanagersync.h"
 
 #include "account/accountnames.h"

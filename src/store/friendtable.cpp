@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "friendtable_p.h"
 
 #include "platform/dataadapter.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "groupmanager.h"
 
 #include "platform/dataadapter.h"

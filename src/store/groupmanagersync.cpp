@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "groupmanagersync.h"
 
 #include "account/usermanager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "unreadmessagemanager.h"
 
 #include "account/accountnames.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "usercommmanager.h"
 
 #include "account/accountnames.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "usertitles.h"
 
 #include "account/accountnames.h"

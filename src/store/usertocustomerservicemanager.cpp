@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "usertocustomerservicemanager.h"
 
 #include "store/friendmanager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "windowlinks_p.h"
 
 #include "chat/chatdialog.h"

@@ -1,9 +1,15 @@
+// SPDX-License-Identifier: MIT
 #include "messagefiledownloader.h"
 
 #include "kvmesslogging_p.h"
+#include "platform/safety.h"
 #include "privatefiles_p.h"
 
 #include <QNetworkAccessManager>
+
+namespace {
+constexpr qint64 StreamBufferSize = 1 << 20;
+}
 
 KvMessageFileDownloader::KvMessageFileDownloader(const QString &userName, const QString &messageId, QObject *parent)
     : QObject(parent)
@@ -16,6 +22,15 @@ KvMessageFileDownloader::KvMessageFileDownloader(const QString &userName, const 
 void KvMessageFileDownloader::download(const QUrl &url, const QString &filePath)
 {
     reply = manager->get(QNetworkRequest(url));
+    // With the safety switch the body goes to disk as it arrives, so a file of
+    // any size costs the same memory; the reply's buffer is bounded too.
+    if (KvSafety::enabled()) {
+        reply->setReadBufferSize(StreamBufferSize);
+        connect(reply, &QNetworkReply::readyRead, this, [this] {
+            if (file.isOpen())
+                file.write(reply->readAll());
+        });
+    }
     connect(reply, &QNetworkReply::finished, this, &KvMessageFileDownloader::onFinished);
     connect(reply, &QNetworkReply::downloadProgress, this, &KvMessageFileDownloader::onProgress);
     connect(reply, &QNetworkReply::errorOccurred, this, &KvMessageFileDownloader::onError);

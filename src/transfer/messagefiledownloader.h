@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "kvmess_export.h"
@@ -10,7 +11,8 @@ class QNetworkAccessManager;
 
 // Fetches one received file into a local path, tells how it ended and
 // deletes itself. Lives on the thread that made it, whose event loop runs
-// the download. The file is written in one go when the body is complete.
+// the download. The file is written in one go when the body is complete, or,
+// with KvSafety on, piece by piece as it arrives.
 class KVMESS_EXPORT KvMessageFileDownloader : public QObject
 {
     Q_OBJECT

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "sendmessagehelper.h"
 
 #include "account/requesthelper.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One run of a host: the start sequence, then the commands of the arguments,
 // then the session and the persisted values as one JSON line on stdout.
 //   kvmess_start_probe <settings folder> [password <user> <password>] [logout]

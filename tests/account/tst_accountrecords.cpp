@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "account/loginuser.h"
 
 #include <QJsonDocument>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "account/usermanager.h"
 #include "fakehttpserver.h"
 #include "platform/encrypter.h"

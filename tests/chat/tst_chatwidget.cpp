@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "account/usermanager.h"
 #include "chat/chatitemwidget.h"
 #include "chat/chatwidget.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "account/groupinfo.h"
 #include "consoleformat.h"
 #include "store/friendmessagedata.h"

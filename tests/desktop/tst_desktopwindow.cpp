@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "account/usermanager.h"
 #include "desktopwindow.h"
 #include "panel/usercommwidget.h"

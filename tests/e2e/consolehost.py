@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Drives kvmess-console processes and the reference server's admin API.
 
 Shared by the end-to-end tests and by the main job's scripted conversation.

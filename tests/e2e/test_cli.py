@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Bad input gets a clear error and a non-zero exit."""
 
 import socket

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The link broken under a conversation: every message is held exactly once."""
 
 import collections

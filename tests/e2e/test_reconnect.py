@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The server ends the link cleanly: the console host brings it back by itself
 and holds every message sent meanwhile, exactly once. Real delays: no time scale."""
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """The local search of a console host after a real exchange."""
 
 import time

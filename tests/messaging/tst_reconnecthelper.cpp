@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fakemessageserver.h"
 #include "messaging/reconnecthelper.h"
 #include "messaging/wscommunicationmanager.h"

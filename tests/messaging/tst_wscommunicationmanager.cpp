@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fakemessageserver.h"
 
 #include "messaging/msgcontentchattext.h"

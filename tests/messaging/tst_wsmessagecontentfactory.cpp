@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "messaging/msgcontentchatfile.h"
 #include "messaging/msgcontentchatpic.h"
 #include "messaging/msgcontentchattext.h"

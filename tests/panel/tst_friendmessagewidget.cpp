@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "account/usermanager.h"
 #include "panel/friendmessagewidget.h"
 #include "panel/listwidgetsortitem.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "account/accountnames.h"
 #include "account/usermanager.h"
 #include "panel/noticemessagewidget.h"

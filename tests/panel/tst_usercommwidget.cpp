@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "account/usermanager.h"
 #include "panel/msgheaderbutton.h"
 #include "panel/usercommwidget.h"

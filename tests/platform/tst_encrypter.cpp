@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/encrypter.h"
 
 #include <QtTest>

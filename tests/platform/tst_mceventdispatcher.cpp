@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/mc.h"
 #include "platform/mceventdispatcher.h"
 

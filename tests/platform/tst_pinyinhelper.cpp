@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/pinyinhelper.h"
 
 #include <QtTest>

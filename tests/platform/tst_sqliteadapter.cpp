@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/dataadapter.h"
 #include "platform/databasefactory.h"
 

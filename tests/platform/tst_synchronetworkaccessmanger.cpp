@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fakehttpserver.h"
 #include "platform/synchronetworkaccessmanger.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/theme.h"
 
 #include <QDirIterator>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/jsonhelper.h"
 #include "platform/selfservermanager.h"
 #include "platform/syshelper.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/framelessdialog.h"
 #include "platform/iconbutton.h"
 #include "platform/inputdialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "store/friendmessagedata.h"
 #include "store/friendmessagemanager.h"
 

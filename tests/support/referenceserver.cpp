@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "referenceserver.h"
 
 #include "platform/selfservermanager.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "account/usermanager.h"
 #include "messaging/wscommunicationmanager.h"
 #include "messaging/wscommunicationtesthook_p.h"

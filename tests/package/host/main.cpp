@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Names only classes of libKvMess: libKvPlatform, which they rest on, must be
 // found from the installed libKvMess itself.
 #include <account/loginuser.h>

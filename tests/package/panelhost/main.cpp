@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
 // A host application that docks the messaging panel, built against the
 // installed package. `--quit` ends it as soon as the window is up.
 #include <account/usermanager.h>
 #include <panel/usercommwidget.h>
+#include <platform/safety.h>
 #include <platform/theme.h>
 #include <translations.h>
 
@@ -13,6 +15,7 @@
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
+    KvSafety::setEnabled(true); // what peers send can neither run nor read anything
     kvmessLoadTranslation(QLocale::system()); // Chinese, or English for any other language
     KvTheme::apply();
 
