@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "messagebox.h"
 
+#include "boxcontent_p.h"
 #include "framelessdialog.h"
-#include "iconbutton.h"
 
 #include <QCoreApplication>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -53,37 +52,7 @@ int KvMessageBox::show(QWidget *parent, const QString &title, const QString &tex
     dialog.setWindowModality(Qt::ApplicationModal);
 
     auto *content = new QWidget;
-    auto *layout = new QVBoxLayout(content);
-    layout->setContentsMargins(20, 18, 20, 14);
-    layout->setSpacing(16);
-
-    auto *row = new QHBoxLayout;
-    row->setSpacing(12);
-    const QString path = iconPath(icon);
-    if (!path.isEmpty()) {
-        auto *iconLabel = new QLabel(content);
-        iconLabel->setObjectName(QStringLiteral("labelIcon"));
-        const qreal dpr = content->devicePixelRatioF();
-        QPixmap pixmap = KvIconButton::cachedPixmap(path, QSize(32, 32) * dpr);
-        pixmap.setDevicePixelRatio(dpr);
-        iconLabel->setPixmap(pixmap);
-        iconLabel->setFixedSize(32, 32);
-        row->addWidget(iconLabel, 0, Qt::AlignTop);
-    }
-    // Texts name users and files that others chose.
-    auto *textLabel = new QLabel(content);
-    textLabel->setTextFormat(Qt::PlainText);
-    textLabel->setText(text);
-    textLabel->setObjectName(QStringLiteral("labelText"));
-    textLabel->setWordWrap(true);
-    textLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    // A short text stays on one line; a long one wraps at a readable width.
-    const int natural = textLabel->fontMetrics().boundingRect(QRect(0, 0, 420, 10000), Qt::TextWordWrap, text).width();
-    textLabel->setMinimumWidth(qBound(200, natural + 4, 420));
-    textLabel->setMaximumWidth(420);
-    textLabel->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    row->addWidget(textLabel, 1);
-    layout->addLayout(row);
+    QVBoxLayout *layout = kvBoxContent(content, iconPath(icon), text, 200);
 
     auto *buttons = new QHBoxLayout;
     buttons->addStretch(1);
