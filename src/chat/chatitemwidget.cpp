@@ -18,14 +18,34 @@
 
 #include <QCoreApplication>
 #include <QHash>
-#include <QHBoxLayout>
 #include <QIcon>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
-#include <QVBoxLayout>
 
 namespace {
+
+// Margins around the head portrait's column, and the room kept free on the
+// far side of the content so that a long text does not reach the other head.
+constexpr int headSize = 30;
+constexpr int headColumn = 10 + headSize + 10;
+constexpr int topLineMargin = 5;
+constexpr int topLineSpacing = 10;
+constexpr int lineSpacing = 5;
+constexpr int farSide = 120;
+
+// What a box layout would give a widget: its size hint within its limits
+// (a style sheet may lift the fixed height the code set).
+QSize boundedHint(const QWidget *widget)
+{
+    return widget->sizeHint().expandedTo(widget->minimumSize()).boundedTo(widget->maximumSize());
+}
+
+int contentHeight(const QWidget *content, int width)
+{
+    const int height = content->hasHeightForWidth() ? content->heightForWidth(width) : content->sizeHint().height();
+    return qBound(content->minimumHeight(), height, content->maximumHeight());
+}
 
 const QIcon &defaultHeadIcon()
 {
@@ -84,72 +104,22 @@ KvChatItemWidget::KvChatItemWidget(const KvFriendMessageData &message, QWidget *
 
     headButton = new KvIconButton(this);
     headButton->setObjectName(QStringLiteral("pushButtonHeadPortrait"));
-    headButton->setFixedSize(30, 30);
+    headButton->setFixedSize(headSize, headSize);
     headButton->setFlat(true);
     headButton->setProperty("kvButtonMinPadding", true);
     headButton->setType(3);
     headButton->setDefaultIcon(defaultHeadIcon());
-    auto *headColumn = new QVBoxLayout;
-    headColumn->setContentsMargins(10, 0, 10, 0);
-    headColumn->setSpacing(10);
-    headColumn->addWidget(headButton);
-    headColumn->addItem(new QSpacerItem(0, 0, QSizePolicy::Minimum, QSizePolicy::Expanding));
 
     labelName = new QLabel(this);
     labelName->setObjectName(QStringLiteral("labelName"));
     labelName->setTextFormat(Qt::PlainText);
-    labelName->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     labelTime = new QLabel(this);
     labelTime->setObjectName(QStringLiteral("labelTime"));
-    labelTime->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
-    auto *topLine = new QHBoxLayout;
-    topLine->setContentsMargins(5, 0, 5, 0);
-    topLine->setSpacing(10);
-    auto *topSpacer = new QSpacerItem(0, 0, QSizePolicy::Expanding, QSizePolicy::Minimum);
-    if (isSend) {
-        topLine->addItem(topSpacer);
-        topLine->addWidget(labelTime);
-        topLine->addWidget(labelName);
+    if (isSend)
         labelName->hide();
-    } else {
-        topLine->addWidget(labelName);
-        topLine->addWidget(labelTime);
-        topLine->addItem(topSpacer);
-    }
-
-    contentLayout = new QVBoxLayout;
-    contentLayout->setContentsMargins(0, 0, 0, 0);
-    contentLayout->setSpacing(0);
-    // Keeps the content off the far side of the row.
-    auto *farSide = new QSpacerItem(120, 5, QSizePolicy::Preferred, QSizePolicy::Ignored);
-    auto *contentLine = new QHBoxLayout;
-    contentLine->setContentsMargins(0, 0, 0, 0);
-    contentLine->setSpacing(0);
-    if (isSend) {
-        contentLine->addItem(farSide);
-        contentLine->addLayout(contentLayout);
-    } else {
-        contentLine->addLayout(contentLayout);
-        contentLine->addItem(farSide);
-    }
-
-    auto *textColumn = new QVBoxLayout;
-    textColumn->setContentsMargins(0, 0, 0, 0);
-    textColumn->setSpacing(5);
-    textColumn->addLayout(topLine);
-    textColumn->addLayout(contentLine);
-
-    auto *row = new QHBoxLayout(this);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(0);
-    if (isSend) {
-        row->addLayout(textColumn);
-        row->addLayout(headColumn);
-    } else {
-        row->addLayout(headColumn);
-        row->addLayout(textColumn);
-    }
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
 
     update(message);
 
@@ -160,6 +130,107 @@ KvChatItemWidget::KvChatItemWidget(const KvFriendMessageData &message, QWidget *
     QCoreApplication::removePostedEvents(this, QEvent::PolishRequest);
     for (QWidget *child : findChildren<QWidget *>())
         QCoreApplication::removePostedEvents(child, QEvent::PolishRequest);
+}
+
+bool KvChatItemWidget::hasHeightForWidth() const
+{
+    return true;
+}
+
+int KvChatItemWidget::topLineHeight() const
+{
+    if (centred)
+        return 0;
+    int height = labelTime->sizeHint().height();
+    if (!labelName->isHidden())
+        height = qMax(height, labelName->sizeHint().height());
+    return height;
+}
+
+QRect KvChatItemWidget::contentRect(int width, int topHeight) const
+{
+    // A centred line's hidden head still leaves the margins of its column.
+    const int head = centred ? headColumn - headSize : headColumn;
+    const int column = width - head;
+    const int room = qMax(column - farSide, column / 2);
+    const int left = isSend ? column - room : head;
+    const int top = centred ? 0 : topHeight + lineSpacing;
+    QRect area(left, top, room, 0);
+    if (!contentWidget)
+        return area;
+    if (!contentAlignment) {
+        area.setHeight(contentHeight(contentWidget, room));
+        return area;
+    }
+    // An aligned content keeps its own width, as a box layout would give it.
+    const int own = qBound(contentWidget->minimumWidth(), contentWidget->sizeHint().width(),
+                           qMin(room, contentWidget->maximumWidth()));
+    QRect placed(area.left(), top, own, contentHeight(contentWidget, own));
+    if (contentAlignment & Qt::AlignRight)
+        placed.moveRight(area.right());
+    else if (contentAlignment & Qt::AlignHCenter)
+        placed.moveLeft(area.left() + (room - own) / 2);
+    return placed;
+}
+
+int KvChatItemWidget::heightForWidth(int width) const
+{
+    hintWidth = width;
+    const QRect content = contentRect(width, topLineHeight());
+    if (centred)
+        return content.height();
+    return qMax(boundedHint(headButton).height(), content.bottom() + 1);
+}
+
+QSize KvChatItemWidget::sizeHint() const
+{
+    // The page asks both; the same width lets the content measure once.
+    return QSize(hintWidth, heightForWidth(hintWidth));
+}
+
+QSize KvChatItemWidget::minimumSizeHint() const
+{
+    return QSize(headColumn + farSide, centred ? 0 : boundedHint(headButton).height());
+}
+
+void KvChatItemWidget::placeChildren()
+{
+    const int width = this->width();
+    const int topHeight = topLineHeight();
+    headButton->setGeometry(QRect(QPoint(isSend ? width - headColumn + 10 : 10, 0), boundedHint(headButton)));
+    const int column = width - headColumn;
+    const int columnLeft = isSend ? 0 : headColumn;
+    if (isSend) {
+        const int time = qMin(labelTime->sizeHint().width(), qMax(0, column - 2 * topLineMargin));
+        labelTime->setGeometry(columnLeft + column - topLineMargin - time, 0, time, topHeight);
+    } else {
+        const int name = qMin(labelName->sizeHint().width(), qMax(0, column - 2 * topLineMargin));
+        labelName->setGeometry(columnLeft + topLineMargin, 0, name, topHeight);
+        const int timeLeft = labelName->geometry().right() + 1 + topLineSpacing;
+        labelTime->setGeometry(timeLeft, 0,
+                               qMin(labelTime->sizeHint().width(), qMax(0, columnLeft + column - topLineMargin - timeLeft)),
+                               topHeight);
+    }
+    if (contentWidget)
+        contentWidget->setGeometry(contentRect(width, topHeight));
+}
+
+void KvChatItemWidget::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    placeChildren();
+}
+
+bool KvChatItemWidget::event(QEvent *event)
+{
+    // A child's measure changed (a file's state, a picture's scale, a style):
+    // the page lays the row out again, and the row its children.
+    if (event->type() == QEvent::LayoutRequest) {
+        updateGeometry();
+        placeChildren();
+        return true;
+    }
+    return QWidget::event(event);
 }
 
 void KvChatItemWidget::update(const KvFriendMessageData &message)
@@ -177,8 +248,10 @@ void KvChatItemWidget::update(const KvFriendMessageData &message)
         break;
     default:
         // Texts have no sending or failed mark.
-        break;
+        return;
     }
+    updateGeometry();
+    placeChildren();
 }
 
 void KvChatItemWidget::buildNameAndHead(const KvFriendMessageData &message, const QJsonObject &content)
@@ -250,6 +323,7 @@ void KvChatItemWidget::buildContent(const KvFriendMessageData &message)
         headButton->hide();
         labelName->hide();
         labelTime->hide();
+        centred = true;
         alignment = Qt::AlignHCenter | Qt::AlignVCenter;
         if (kind == 13) {
             if (const auto agent = content.dynamicCast<KvMsgNewCustomerService>()) {
@@ -270,5 +344,7 @@ void KvChatItemWidget::buildContent(const KvFriendMessageData &message)
     // What the user sees of an unknown type, or of content that did not parse.
     if (!contentWidget)
         contentWidget = new KvTextBubbleWidget(isSend, QString::fromUtf8(message.content), this);
-    contentLayout->addWidget(contentWidget, 0, alignment);
+    if (!contentWidget->parent())
+        contentWidget->setParent(this);
+    contentAlignment = alignment;
 }

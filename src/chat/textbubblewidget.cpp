@@ -4,7 +4,6 @@
 #include "platform/safety.h"
 #include "platform/theme.h"
 
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
@@ -25,16 +24,52 @@ KvTextBubbleWidget::KvTextBubbleWidget(bool isSend, const QString &text, QWidget
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Ignored);
     policy.setHeightForWidth(true);
     label->setSizePolicy(policy);
-
-    layout = new QHBoxLayout(this);
-    // The tail takes its room on the sender's side.
-    if (isSend)
-        layout->setContentsMargins(margin, margin, margin + tailSize, margin);
-    else
-        layout->setContentsMargins(margin + tailSize, margin, margin, margin);
-    layout->addWidget(label);
     label->setAlignment(isSend ? Qt::AlignRight | Qt::AlignVCenter : Qt::AlignLeft | Qt::AlignVCenter);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    QSizePolicy own(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    own.setHeightForWidth(true);
+    setSizePolicy(own);
+}
+
+bool KvTextBubbleWidget::hasHeightForWidth() const
+{
+    return true;
+}
+
+int KvTextBubbleWidget::heightForWidth(int width) const
+{
+    // The tail takes its room on the sender's side.
+    const int inner = qMax(0, width - 2 * margin - tailSize);
+    if (label->font() != measuredFont) {
+        measuredFont = label->font();
+        measuredWidths[0] = measuredWidths[1] = -1;
+    }
+    for (int i = 0; i < 2; ++i) {
+        if (measuredWidths[i] == inner)
+            return measuredHeights[i] + 2 * margin;
+    }
+    measuredWidths[1] = measuredWidths[0];
+    measuredHeights[1] = measuredHeights[0];
+    measuredWidths[0] = inner;
+    measuredHeights[0] = label->heightForWidth(inner);
+    return measuredHeights[0] + 2 * margin;
+}
+
+QSize KvTextBubbleWidget::sizeHint() const
+{
+    const int width = label->sizeHint().width() + 2 * margin + tailSize;
+    return QSize(width, heightForWidth(width));
+}
+
+QSize KvTextBubbleWidget::minimumSizeHint() const
+{
+    return QSize(2 * margin + tailSize, label->fontMetrics().height() + 2 * margin);
+}
+
+void KvTextBubbleWidget::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    label->setGeometry(isSend ? margin : margin + tailSize, margin, qMax(0, width() - 2 * margin - tailSize),
+                       qMax(0, height() - 2 * margin));
 }
 
 void KvTextBubbleWidget::setText(const QString &text)
