@@ -10,6 +10,9 @@
 //  - the panel's conversation list loading `conversations` conversations,
 //    beside a plain QListWidget with as many item widgets.
 //   bench_chatwindow [long] [conversations]   (defaults 10000 and 1000)
+// KVMESS_BENCH_KEEP=1 keeps the prepared folder, so that one case can be run
+// again under a profiler: bench_chatwindow --case page:long <folder>, with the
+// folder's reference server started again by server/fixture.sh.
 #include "benchserver.h"
 #include "chat/chatwidget.h"
 #include "panel/friendmessagewidget.h"
@@ -347,6 +350,9 @@ int main(int argc, char **argv)
     const int conversations = argc > 2 ? QByteArray(argv[2]).toInt() : 1000;
     const int shortSize = longSize / 5;
     QTemporaryDir dir;
+    dir.setAutoRemove(qEnvironmentVariableIsEmpty("KVMESS_BENCH_KEEP"));
+    if (!dir.autoRemove())
+        std::fprintf(stderr, "kept %s\n", qPrintable(dir.path()));
     BenchServer server(dir);
     if (!server.isRunning() || !BenchServer::signIn(user, password))
         return 1;

@@ -15,6 +15,7 @@
 #include "store/windowlinks_p.h"
 
 #include <QDateTime>
+#include <QTimeZone>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSqlError>
@@ -236,9 +237,14 @@ int KvFriendMessageManager::messageKind(const QString &type)
 
 QString KvFriendMessageManager::messageTimeText(qint64 msecs)
 {
-    const QDateTime time = QDateTime::fromMSecsSinceEpoch(msecs);
-    return time.daysTo(QDateTime::currentDateTime()) == 0 ? time.toString(QStringLiteral("hh:mm:ss"))
-                                                          : time.toString(QStringLiteral("yyyy/MM/dd hh:mm:ss"));
+    // Every row of a page shows a time: converting through the system zone
+    // looked up once spares the C library's reading of the zone file on each.
+    static const QTimeZone zone = QTimeZone::systemTimeZone();
+    const QDateTime time = zone.isValid() ? QDateTime::fromMSecsSinceEpoch(msecs, zone)
+                                          : QDateTime::fromMSecsSinceEpoch(msecs);
+    const QDate today = zone.isValid() ? QDateTime::currentDateTimeUtc().toTimeZone(zone).date() : QDate::currentDate();
+    return time.date() == today ? time.toString(QStringLiteral("hh:mm:ss"))
+                                : time.toString(QStringLiteral("yyyy/MM/dd hh:mm:ss"));
 }
 
 void KvFriendMessageManager::slotSendFinished(QString userName, QString messageId)
