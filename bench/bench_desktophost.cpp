@@ -6,6 +6,9 @@
 // from /proc/<pid>/status once the window has settled and again once the host's
 // store holds every text. Beside it, the same host with no conversation open.
 //   bench_desktophost [messages] [rate]   (defaults 3000 and 100)
+// KVMESS_BENCH_WRAP="heaptrack -o /tmp/host" runs the host under that command
+// for the case with the conversation open only (the figures are then the
+// wrapper's, not the host's).
 #include "benchserver.h"
 
 #include <QCoreApplication>
@@ -193,7 +196,9 @@ HostRun runHost(const QTemporaryDir &dir, const QString &tag, bool openChat, con
         arguments << "--chat" << userB;
     QByteArray output;
     QObject::connect(&host, &QProcess::readyRead, [&] { output += host.readAll(); });
-    host.start(QStringLiteral(KVMESS_DESKTOP_BINARY), arguments);
+    QStringList command = QProcess::splitCommand(qEnvironmentVariable("KVMESS_BENCH_WRAP"));
+    command << QStringLiteral(KVMESS_DESKTOP_BINARY) << arguments;
+    host.start(command.takeFirst(), command);
     if (!host.waitForStarted(10000))
         return run;
     const qint64 pid = host.processId();
@@ -298,6 +303,8 @@ int main(int argc, char **argv)
     const QStringList texts = makeTexts(messages);
 
     const HostRun open = runHost(dir, QStringLiteral("open"), true, texts, rate);
+    if (!qEnvironmentVariableIsEmpty("KVMESS_BENCH_WRAP"))
+        return open.ok ? 0 : 1;
     const HostRun closed = runHost(dir, QStringLiteral("closed"), false, texts, rate);
     const QJsonObject openFigures = figures(open, messages);
     const QJsonObject closedFigures = figures(closed, messages);

@@ -140,6 +140,18 @@ def main():
     else:
         rows.append(("chat window", (chat or {}).get("failed", missing), "", None))
 
+    host = run(args.build, "bench_desktophost", *(["300"] if quick else []))
+    if host and "failed" not in host:
+        opened, closed = host["open"], host["closed"]
+        rows.append(("desktop host: {:,} texts arriving into an open conversation ({:.1f} KiB a message at the peak)".format(
+                         host["messages"], opened["peakKibPerMessage"]),
+                     "%.1f KiB a message resident" % opened["kibPerMessage"],
+                     "no conversation open: %.1f KiB (%.1f at the peak)" % (closed["kibPerMessage"],
+                                                                            closed["peakKibPerMessage"]),
+                     None))
+    else:
+        rows.append(("desktop host memory", (host or {}).get("failed", missing), "", None))
+
     friends = run(args.build, "bench_friendpage", *(["100", "200"] if quick else []))
     if friends and "failed" not in friends:
         for size in friends["sizes"]:
