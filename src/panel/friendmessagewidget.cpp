@@ -89,7 +89,20 @@ void KvFriendMessageWidget::addMessageItem(const KvFriendMessageData &message, i
 
 void KvFriendMessageWidget::slotNewMessage(KvFriendMessageData messageData)
 {
-    removeMessageItem(conversationUser(messageData));
+    const QString userName = conversationUser(messageData);
+    // The conversation on top takes its next message into the same row. A
+    // replaced row is only deleted once the event loop comes round again, and
+    // during a burst or a catch-up that held one row per queued message.
+    QListWidgetItem *item = messageItems.value(userName);
+    auto *top = item && row(item) == 0 ? qobject_cast<KvFriendMessageItemWidget *>(itemWidget(item)) : nullptr;
+    if (top && item->data(GroupRole).toBool() == messageData.isGroup) {
+        item->setData(TimeRole, messageData.time);
+        top->setUser(userName);
+        top->setLastMessage(messageData, false);
+        top->setMsgCount(unreadMessages()->userUnreadMessageCount(userName));
+        return;
+    }
+    removeMessageItem(userName);
     addMessageItem(messageData, 0);
 }
 
