@@ -4,7 +4,8 @@
 // open on the friend; a bare WebSocket client writes `messages` texts of mixed
 // length, Chinese and Latin, at `rate` a second. Resident size and peak are read
 // from /proc/<pid>/status once the window has settled and again once the host's
-// store holds every text. Beside it, the same host with no conversation open.
+// store holds every text. Beside it, the same host with no conversation open;
+// then both again with every text sent at once.
 //   bench_desktophost [messages] [rate]   (defaults 3000 and 20)
 // At 20 a second the page paints every text as it arrives, as a person reading
 // along would see it; much faster, it scrolls past rows it never paints, which
@@ -37,6 +38,8 @@
 namespace {
 
 const QString password = QStringLiteral("pw");
+// Faster than the server hands texts on: the host gets them as one burst.
+constexpr int BurstRate = 100000;
 
 QByteArray json(const QJsonObject &object)
 {
@@ -313,6 +316,9 @@ int main(int argc, char **argv)
         return open.ok ? 0 : 1;
     }
     const HostRun closed = runHost(dir, QStringLiteral("closed"), false, texts, rate);
+    // The same texts all at once, as a catch-up after a reconnect hands them over.
+    const HostRun burstOpen = runHost(dir, QStringLiteral("burstopen"), true, texts, BurstRate);
+    const HostRun burstClosed = runHost(dir, QStringLiteral("burstclosed"), false, texts, BurstRate);
     const QJsonObject openFigures = figures(open, messages);
     const QJsonObject closedFigures = figures(closed, messages);
     std::printf("%d texts at %d/s into an open conversation: %.1f KiB a message resident, %.1f at the peak (%.0f s); "
@@ -320,8 +326,12 @@ int main(int argc, char **argv)
                 messages, rate, openFigures.value("kibPerMessage").toDouble(),
                 openFigures.value("peakKibPerMessage").toDouble(), open.seconds,
                 closedFigures.value("kibPerMessage").toDouble(), closedFigures.value("peakKibPerMessage").toDouble());
+    const QJsonObject burst{{"open", figures(burstOpen, messages)}, {"closed", figures(burstClosed, messages)}};
+    std::printf("all at once: open %.1f KiB a message at the peak, no conversation open %.1f\n",
+                burst.value("open").toObject().value("peakKibPerMessage").toDouble(),
+                burst.value("closed").toObject().value("peakKibPerMessage").toDouble());
     std::printf("%s\n", json({{"bench", "desktophost"}, {"messages", messages}, {"rate", rate},
-                              {"open", openFigures}, {"closed", closedFigures}})
+                              {"open", openFigures}, {"closed", closedFigures}, {"burst", burst}})
                             .constData());
-    return open.ok && closed.ok ? 0 : 1;
+    return open.ok && closed.ok && burstOpen.ok && burstClosed.ok ? 0 : 1;
 }

@@ -149,6 +149,10 @@ def main():
                      "no conversation open: %.1f KiB (%.1f at the peak)" % (closed["kibPerMessage"],
                                                                             closed["peakKibPerMessage"]),
                      None))
+        burst = host["burst"]
+        rows.append(("desktop host: the same texts all at once, conversation open (peak)",
+                     "%.1f KiB a message" % burst["open"]["peakKibPerMessage"],
+                     "no conversation open: %.1f KiB" % burst["closed"]["peakKibPerMessage"], None))
     else:
         rows.append(("desktop host memory", (host or {}).get("failed", missing), "", None))
 
