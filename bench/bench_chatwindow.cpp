@@ -8,7 +8,8 @@
 //  - 1,000 messages arriving into an open page, beside as many plain labels
 //    appended to an open scroll area, with the scrolls and layouts they cause;
 //  - the panel's conversation list loading `conversations` conversations,
-//    beside a plain QListWidget with as many item widgets.
+//    beside a plain QListWidget with as many item widgets;
+//  - the long conversation and the list again under the module's style sheet.
 //   bench_chatwindow [long] [conversations]   (defaults 10000 and 1000)
 // KVMESS_BENCH_KEEP=1 keeps the prepared folder, so that one case can be run
 // again under a profiler: bench_chatwindow --case page:long <folder>, with the
@@ -403,6 +404,16 @@ int main(int argc, char **argv)
                                         {"kibPerRow", module.value("kibPerRow")}, {"plainMs", plain.value("ms")},
                                         {"plainKibPerRow", plain.value("kibPerRow")}});
     }
+    // The same under the module's style sheet, which the hosts apply: every
+    // widget of a row is matched against its rules when it is polished.
+    const QJsonObject themed = spawn("themed:page:long", dir.path());
+    const QJsonObject themedPlain = spawn("themed:labels:long", dir.path());
+    std::printf("under the theme: %.0f ms (%.1f KiB a row); plain QLabel rows %.0f ms (%.1f KiB a row)\n",
+                themed.value("ms").toDouble(), themed.value("kibPerRow").toDouble(),
+                themedPlain.value("ms").toDouble(), themedPlain.value("kibPerRow").toDouble());
+    result.insert("themed", QJsonObject{{"messages", themed.value("rows")}, {"ms", themed.value("ms")},
+                                        {"kibPerRow", themed.value("kibPerRow")}, {"plainMs", themedPlain.value("ms")},
+                                        {"plainKibPerRow", themedPlain.value("kibPerRow")}});
     const QJsonObject photos = spawn("page:photos", dir.path());
     const QJsonObject photoTexts = spawn("page:phototexts", dir.path());
     const double photoMiB = (photos.value("kibPerRow").toDouble() - photoTexts.value("kibPerRow").toDouble()) * 200 / 1024;
@@ -421,8 +432,13 @@ int main(int argc, char **argv)
     const QJsonObject plainList = spawn("plainlist", dir.path());
     std::printf("load the conversation list of %d: %.0f ms; plain QListWidget %.0f ms\n", list.value("rows").toInt(),
                 list.value("ms").toDouble(), plainList.value("ms").toDouble());
+    const QJsonObject themedList = spawn("themed:list", dir.path());
+    const QJsonObject themedPlainList = spawn("themed:plainlist", dir.path());
+    std::printf("under the theme: %.0f ms; plain QListWidget %.0f ms\n", themedList.value("ms").toDouble(),
+                themedPlainList.value("ms").toDouble());
     result.insert("list", QJsonObject{{"conversations", list.value("rows")}, {"ms", list.value("ms")},
-                                      {"plainMs", plainList.value("ms")}});
+                                      {"plainMs", plainList.value("ms")}, {"themedMs", themedList.value("ms")},
+                                      {"themedPlainMs", themedPlainList.value("ms")}});
     std::printf("%s\n", json(result).constData());
     return result.value("long").toObject().value("messages").toInt() == longSize ? 0 : 1;
 }
