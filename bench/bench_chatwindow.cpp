@@ -8,7 +8,8 @@
 //  - 1,000 messages arriving into an open page, beside as many plain labels
 //    appended to an open scroll area, with the scrolls and layouts they cause;
 //  - the panel's conversation list loading `conversations` conversations,
-//    beside a plain QListWidget with as many item widgets.
+//    beside a plain QListWidget with as many item widgets;
+//  - the long conversation and the list again under the module's style sheet.
 //   bench_chatwindow [long] [conversations]   (defaults 10000 and 1000)
 // KVMESS_BENCH_KEEP=1 keeps the prepared folder, so that one case can be run
 // again under a profiler: bench_chatwindow --case page:long <folder>, with the
@@ -16,6 +17,7 @@
 #include "benchserver.h"
 #include "chat/chatwidget.h"
 #include "panel/friendmessagewidget.h"
+#include "platform/theme.h"
 #include "store/friendmessagemanager.h"
 
 #include <QApplication>
@@ -78,7 +80,9 @@ struct Run
 
 // Time from building `build`'s widget into a shown window until its layout
 // has settled and it has painted once; the peak memory above the start.
-Run measure(int rows, const std::function<QWidget *()> &build)
+// The widget is built inside the shown window, as the chat window builds its
+// pages: moved there afterwards, every row would be styled a second time.
+Run measure(int rows, const std::function<QWidget *(QWidget *)> &build)
 {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     resetPeak();
@@ -88,7 +92,7 @@ Run measure(int rows, const std::function<QWidget *()> &build)
     QWidget window;
     auto *layout = new QVBoxLayout(&window);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(build());
+    layout->addWidget(build(&window));
     window.resize(900, 700);
     window.show();
     QCoreApplication::processEvents();
@@ -180,9 +184,9 @@ QString textOf(const KvFriendMessageData &message)
     return content.value(content.contains("content") ? "content" : "title").toString();
 }
 
-QWidget *plainRows(const QList<KvFriendMessageData> &messages)
+QWidget *plainRows(const QList<KvFriendMessageData> &messages, QWidget *parent = nullptr)
 {
-    auto *area = new QScrollArea;
+    auto *area = new QScrollArea(parent);
     area->setWidgetResizable(true);
     auto *contents = new QWidget;
     auto *rows = new QVBoxLayout(contents);
@@ -194,9 +198,9 @@ QWidget *plainRows(const QList<KvFriendMessageData> &messages)
     return area;
 }
 
-QWidget *plainList(int count)
+QWidget *plainList(int count, QWidget *parent)
 {
-    auto *list = new QListWidget;
+    auto *list = new QListWidget(parent);
     for (int i = 0; i < count; ++i) {
         auto *item = new QListWidgetItem(list);
         auto *row = new QWidget;
@@ -263,8 +267,13 @@ Burst burst(QWidget *widget, QScrollArea *area, QTimer *scrollTimer, const std::
 
 // One measurement in a process of its own, so that neither side inherits the
 // other's heap: signs in to the prepared store and prints {"ms", "kibPerRow"}.
-int runCase(const QString &name, const QString &folder)
+int runCase(QString name, const QString &folder)
 {
+    // "themed:" runs a case under the module's style sheet, as the hosts show it.
+    if (name.startsWith("themed:")) {
+        KvTheme::apply(KvTheme::Light);
+        name = name.mid(7);
+    }
     QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, QDir(folder).filePath("settings"));
     ReferenceServer::useFixture();
     KvUserCommManager::instance();
@@ -309,17 +318,17 @@ int runCase(const QString &name, const QString &folder)
     Run run;
     // A first small build of the same kind loads fonts, icons and styles outside the measurement.
     if (name.startsWith("page:")) {
-        measure(1, [] { return new KvChatWidget(QStringLiteral("peer0000"), false); });
-        run = measure(messages.size(), [&] { return new KvChatWidget(peer, false); });
+        measure(1, [](QWidget *window) { return new KvChatWidget(QStringLiteral("peer0000"), false, window); });
+        run = measure(messages.size(), [&](QWidget *window) { return new KvChatWidget(peer, false, window); });
     } else if (name.startsWith("labels:")) {
-        measure(1, [&] { return plainRows(messages.mid(0, 10)); });
-        run = measure(messages.size(), [&] { return plainRows(messages); });
+        measure(1, [&](QWidget *window) { return plainRows(messages.mid(0, 10), window); });
+        run = measure(messages.size(), [&](QWidget *window) { return plainRows(messages, window); });
     } else if (name == "list") {
-        measure(1, [] { return plainList(10); });
-        run = measure(listed, [] { return new KvFriendMessageWidget; });
+        measure(1, [](QWidget *window) { return plainList(10, window); });
+        run = measure(listed, [](QWidget *window) { return new KvFriendMessageWidget(window); });
     } else {
-        measure(1, [] { return plainList(10); });
-        run = measure(listed, [&] { return plainList(listed); });
+        measure(1, [](QWidget *window) { return plainList(10, window); });
+        run = measure(listed, [&](QWidget *window) { return plainList(listed, window); });
     }
     std::printf("%s\n", json({{"ms", run.ms}, {"kibPerRow", run.kibPerRow},
                               {"rows", name.startsWith("page:") || name.startsWith("labels:") ? messages.size() : listed}})
@@ -395,6 +404,16 @@ int main(int argc, char **argv)
                                         {"kibPerRow", module.value("kibPerRow")}, {"plainMs", plain.value("ms")},
                                         {"plainKibPerRow", plain.value("kibPerRow")}});
     }
+    // The same under the module's style sheet, which the hosts apply: every
+    // widget of a row is matched against its rules when it is polished.
+    const QJsonObject themed = spawn("themed:page:long", dir.path());
+    const QJsonObject themedPlain = spawn("themed:labels:long", dir.path());
+    std::printf("under the theme: %.0f ms (%.1f KiB a row); plain QLabel rows %.0f ms (%.1f KiB a row)\n",
+                themed.value("ms").toDouble(), themed.value("kibPerRow").toDouble(),
+                themedPlain.value("ms").toDouble(), themedPlain.value("kibPerRow").toDouble());
+    result.insert("themed", QJsonObject{{"messages", themed.value("rows")}, {"ms", themed.value("ms")},
+                                        {"kibPerRow", themed.value("kibPerRow")}, {"plainMs", themedPlain.value("ms")},
+                                        {"plainKibPerRow", themedPlain.value("kibPerRow")}});
     const QJsonObject photos = spawn("page:photos", dir.path());
     const QJsonObject photoTexts = spawn("page:phototexts", dir.path());
     const double photoMiB = (photos.value("kibPerRow").toDouble() - photoTexts.value("kibPerRow").toDouble()) * 200 / 1024;
@@ -413,8 +432,13 @@ int main(int argc, char **argv)
     const QJsonObject plainList = spawn("plainlist", dir.path());
     std::printf("load the conversation list of %d: %.0f ms; plain QListWidget %.0f ms\n", list.value("rows").toInt(),
                 list.value("ms").toDouble(), plainList.value("ms").toDouble());
+    const QJsonObject themedList = spawn("themed:list", dir.path());
+    const QJsonObject themedPlainList = spawn("themed:plainlist", dir.path());
+    std::printf("under the theme: %.0f ms; plain QListWidget %.0f ms\n", themedList.value("ms").toDouble(),
+                themedPlainList.value("ms").toDouble());
     result.insert("list", QJsonObject{{"conversations", list.value("rows")}, {"ms", list.value("ms")},
-                                      {"plainMs", plainList.value("ms")}});
+                                      {"plainMs", plainList.value("ms")}, {"themedMs", themedList.value("ms")},
+                                      {"themedPlainMs", themedPlainList.value("ms")}});
     std::printf("%s\n", json(result).constData());
     return result.value("long").toObject().value("messages").toInt() == longSize ? 0 : 1;
 }

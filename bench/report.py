@@ -124,6 +124,12 @@ def main():
                          "%.0f ms" % page["ms"],
                          "plain QLabel rows %.0f ms (%.1f KiB a row)" % (page["plainMs"], page["plainKibPerRow"]),
                          page["plainMs"] / page["ms"]))
+        themed = chat["themed"]
+        rows.append(("the same {:,} under the theme ({:.1f} KiB a row at the peak)".format(
+                         themed["messages"], themed["kibPerRow"]),
+                     "%.0f ms" % themed["ms"],
+                     "plain QLabel rows %.0f ms (%.1f KiB a row)" % (themed["plainMs"], themed["plainKibPerRow"]),
+                     themed["plainMs"] / themed["ms"]))
         photos = chat["photos"]
         rows.append(("open 200 picture rows of 12-megapixel photos (%.0f MiB more than as texts)" % photos["extraMiB"],
                      "%.0f ms" % photos["ms"], "the same rows as texts %.0f ms" % photos["textMs"],
@@ -137,6 +143,9 @@ def main():
         listed = chat["list"]
         rows.append(("load the conversation list of {:,}".format(listed["conversations"]), "%.0f ms" % listed["ms"],
                      "plain QListWidget %.0f ms" % listed["plainMs"], listed["plainMs"] / listed["ms"]))
+        rows.append(("the same list under the theme", "%.0f ms" % listed["themedMs"],
+                     "plain QListWidget %.0f ms" % listed["themedPlainMs"],
+                     listed["themedPlainMs"] / listed["themedMs"]))
     else:
         rows.append(("chat window", (chat or {}).get("failed", missing), "", None))
 

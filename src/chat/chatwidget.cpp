@@ -78,6 +78,29 @@ void KvChatWidget::addMessage(const KvFriendMessageData &message)
     auto *row = new KvChatItemWidget(message, ui->scrollAreaWidgetContents);
     ui->verticalLayoutChat->addWidget(row);
     items.insert(message.messageLocalId, row);
+    if (ui->scrollAreaWidgetContents->isVisible()) {
+        // Qt would show a row added to a shown page later, one at a time, and
+        // each showing lays the whole page out again: a burst of arrivals
+        // cost the square of its length. The layout rests while the rows of
+        // a burst are shown, and lays them out once, before the next paint.
+        ui->verticalLayoutContents->setEnabled(false);
+        // At the page's width already, so that its text is measured once.
+        const int width = ui->verticalLayoutChat->geometry().width();
+        if (width > 0)
+            row->resize(width, row->heightForWidth(width));
+        row->show();
+        if (!rowsSettling) {
+            rowsSettling = true;
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    rowsSettling = false;
+                    ui->verticalLayoutContents->setEnabled(true);
+                    ui->verticalLayoutContents->activate();
+                },
+                Qt::QueuedConnection);
+        }
+    }
     scrollTimer.start();
 }
 

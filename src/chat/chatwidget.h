@@ -62,4 +62,6 @@ private:
     qint32 pageSize = 50;
     QMap<QString, KvChatItemWidget *> items;
     QTimer scrollTimer;
+    // Rows that arrived into a shown page wait for one layout together.
+    bool rowsSettling = false;
 };

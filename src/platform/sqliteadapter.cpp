@@ -74,6 +74,9 @@ QString KvSqliteAdapter::databaseName() const
 QSqlQuery KvSqliteAdapter::sqlQuery(const QString &statement)
 {
     QSqlQuery query(m_database);
+    // Rows are read once, in order. A scrollable query keeps every row read,
+    // and sets out with room for 128 of them even for a single-row lookup.
+    query.setForwardOnly(true);
     if (hasPlaceholder(statement)) {
         query.prepare(statement);
         return query;
@@ -90,6 +93,7 @@ QSqlDatabase KvSqliteAdapter::database() const
 bool KvSqliteAdapter::hasTable(const QString &tableName)
 {
     QSqlQuery query(m_database);
+    query.setForwardOnly(true);
     query.prepare(QStringLiteral("SELECT 1 FROM sqlite_master WHERE type = 'table' AND name = ?"));
     query.addBindValue(tableName);
     return query.exec() && query.next();

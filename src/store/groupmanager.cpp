@@ -16,6 +16,13 @@ KvGroupManager::KvGroupManager(KvUserCommManager *commManager, QObject *parent)
     connect(sync, &KvGroupManagerSync::signalEnterpriseUpdate, this, &KvGroupManager::signalEnterpriseUpdate);
     connect(sync, &KvGroupManagerSync::signalEnterpriseRemove, this, &KvGroupManager::signalEnterpriseRemove);
     workThread.start(QThread::InheritPriority);
+    const auto forget = [this] {
+        memberCacheValid = false;
+        memberCache.clear();
+    };
+    connect(this, &KvGroupManager::signalEnterpriseNew, this, forget);
+    connect(this, &KvGroupManager::signalEnterpriseUpdate, this, forget);
+    connect(this, &KvGroupManager::signalEnterpriseRemove, this, forget);
 }
 
 KvGroupManager::~KvGroupManager()
@@ -29,6 +36,8 @@ KvGroupManager::~KvGroupManager()
 void KvGroupManager::slotDatebasebChanged(QString dbName)
 {
     KvCommManagerInterface::slotDatebasebChanged(dbName);
+    memberCacheValid = false;
+    memberCache.clear();
     if (dataAdapter && !dataAdapter->hasTable(KvEnterpriseStatements::tableName))
         KvEnterpriseTable::createTable(dataAdapter, lastError);
 }
@@ -40,9 +49,11 @@ void KvGroupManager::enterprises(QList<KvGroupInfo> &list)
 
 bool KvGroupManager::memberInfo(const QString &userName, QString &name, QPixmap &portrait)
 {
-    QList<KvGroupInfo> all;
-    enterprises(all);
-    for (const KvGroupInfo &info : qAsConst(all)) {
+    if (!memberCacheValid) {
+        enterprises(memberCache);
+        memberCacheValid = true;
+    }
+    for (const KvGroupInfo &info : qAsConst(memberCache)) {
         if (info.enterpriseId == userName) {
             name = info.name;
             portrait = info.headPortrait;

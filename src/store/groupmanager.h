@@ -24,7 +24,9 @@ public:
     void enterprises(QList<KvGroupInfo> &list);
     // The name and picture of an enterprise with that id, or else of the first
     // member of that name, walking the enterprises in table order. Both stay
-    // untouched when nothing matches. Decodes the whole table on each call.
+    // untouched when nothing matches. The table is decoded once and kept until
+    // an enterprise changes or another user's file is opened: a list of
+    // conversations asks for every row.
     bool memberInfo(const QString &userName, QString &name, QPixmap &portrait);
 
 Q_SIGNALS:
@@ -39,4 +41,6 @@ private:
     friend class KvUserCommManager;
 
     QThread workThread;
+    QList<KvGroupInfo> memberCache;
+    bool memberCacheValid = false;
 };

@@ -203,6 +203,14 @@ void TestChatWidget::burstOfRowsScrollsOnceToTheBottom()
     QMetaObject::invokeMethod(timer, "timeout");
     QCOMPARE(bar->value(), bar->maximum());
     QCOMPARE(moves.count(), 1);
+    // Shown one below the other in the order they came, the last one in view.
+    const QList<QWidget *> rows = rowsOf(page);
+    for (int i = 1; i < rows.size(); ++i) {
+        QVERIFY(rows.at(i)->isVisible());
+        QVERIFY2(rows.at(i)->y() > rows.at(i - 1)->geometry().bottom(), qPrintable(rowText(rows.at(i))));
+    }
+    QWidget *viewport = page.findChild<QScrollArea *>("scrollArea")->viewport();
+    QVERIFY(viewport->rect().contains(rows.last()->mapTo(viewport, rows.last()->rect().bottomLeft())));
 }
 
 void TestChatWidget::updatesReachTheLatestRowOfALocalId()

@@ -417,6 +417,13 @@ void TestUserStore::memberInfoAnswersFromTheFirstInTableOrder()
     name = "untouched";
     QVERIFY(!m_groups->memberInfo("nobody", name, portrait));
     QCOMPARE(name, QStringLiteral("untouched"));
+    // A renamed enterprise answers with its new name, not the one read before.
+    watchGroups();
+    emit KvUserManager::instance()->signalReposeEnterprises(
+        {a, KvGroupInfo{"gB", "team B renamed", filled(Qt::red), b.staffs}});
+    QTRY_COMPARE(m_groupSpies->updated.count(), 2);
+    QVERIFY(m_groups->memberInfo("gB", name, portrait));
+    QCOMPARE(name, QStringLiteral("team B renamed"));
 
     QVERIFY(fetchEnterprises(4));
     QCOMPARE(namesOf(m_groupSpies->added), sorted({m_first, m_second}));
