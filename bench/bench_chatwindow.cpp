@@ -14,6 +14,7 @@
 // KVMESS_BENCH_KEEP=1 keeps the prepared folder, so that one case can be run
 // again under a profiler: bench_chatwindow --case page:long <folder>, with the
 // folder's reference server started again by server/fixture.sh.
+// KVMESS_BENCH_GRAB=<file.png> saves the measured window of such a case.
 #include "benchserver.h"
 #include "chat/chatwidget.h"
 #include "panel/friendmessagewidget.h"
@@ -40,6 +41,7 @@
 #include <QSqlQuery>
 #include <QScrollBar>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTimer>
 #include <QUuid>
 #include <QVBoxLayout>
@@ -103,6 +105,11 @@ Run measure(int rows, const std::function<QWidget *(QWidget *)> &build)
     Run run;
     run.ms = clock.nsecsElapsed() / 1e6;
     run.kibPerRow = double(statusKiB("VmHWM:") - before) / rows;
+    // KVMESS_BENCH_GRAB=<file.png> keeps what the window shows once settled.
+    if (rows > 1 && qEnvironmentVariableIsSet("KVMESS_BENCH_GRAB")) {
+        QTest::qWait(200);
+        window.grab().save(qEnvironmentVariable("KVMESS_BENCH_GRAB"));
+    }
     return run;
 }
 

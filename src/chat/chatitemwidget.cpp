@@ -117,7 +117,9 @@ KvChatItemWidget::KvChatItemWidget(const KvFriendMessageData &message, QWidget *
     labelTime->setObjectName(QStringLiteral("labelTime"));
     if (isSend)
         labelName->hide();
-    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    // The height comes from heightForWidth; a fixed policy would cap it at
+    // the size hint, which is only the least a row can be.
+    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
 
@@ -175,7 +177,6 @@ QRect KvChatItemWidget::contentRect(int width, int topHeight) const
 
 int KvChatItemWidget::heightForWidth(int width) const
 {
-    hintWidth = width;
     const QRect content = contentRect(width, topLineHeight());
     if (centred)
         return content.height();
@@ -184,8 +185,16 @@ int KvChatItemWidget::heightForWidth(int width) const
 
 QSize KvChatItemWidget::sizeHint() const
 {
-    // The page asks both; the same width lets the content measure once.
-    return QSize(hintWidth, heightForWidth(hintWidth));
+    // The page takes a row's height from heightForWidth; the hint is the
+    // least it can be, so that the page's minimum never exceeds its rows.
+    int content = 0;
+    if (contentWidget) {
+        content = contentWidget->hasHeightForWidth() ? contentWidget->minimumSizeHint().height()
+                                                     : boundedHint(contentWidget).height();
+    }
+    const int height = centred ? content
+                               : qMax(boundedHint(headButton).height(), topLineHeight() + lineSpacing + content);
+    return QSize(minimumSizeHint().width(), height);
 }
 
 QSize KvChatItemWidget::minimumSizeHint() const

@@ -49,7 +49,6 @@ private:
     // Customer-service lines stand centred, without head, name or time.
     bool centred = false;
     Qt::Alignment contentAlignment;
-    mutable int hintWidth = 400;
     KvIconButton *headButton = nullptr;
     QLabel *labelName = nullptr;
     QLabel *labelTime = nullptr;

@@ -44,6 +44,16 @@ void KvChatWidget::init()
     scrollTimer.setSingleShot(true);
     scrollTimer.setInterval(50);
     connect(&scrollTimer, &QTimer::timeout, this, &KvChatWidget::scrollToBottom);
+    // Rows grow after the scroll when their pictures take their shown size:
+    // a page scrolled to its newest row stays there, until the user scrolls.
+    // New rows wait for the one scroll of the timer instead.
+    QScrollBar *bar = ui->scrollArea->verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this,
+            [this, bar](int value) { followBottom = bar->maximum() > 0 && value == bar->maximum(); });
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int, int maximum) {
+        if (followBottom && !rowsAdded)
+            bar->setValue(maximum);
+    });
 
     connect(ui->pushButtonClose, &QPushButton::clicked, this, [this] { emit signalCloseWidget(userName); });
     connect(ui->pushButtonSend, &QPushButton::clicked, this, &KvChatWidget::slotSendButtonClicked);
@@ -101,6 +111,7 @@ void KvChatWidget::addMessage(const KvFriendMessageData &message)
                 Qt::QueuedConnection);
         }
     }
+    rowsAdded = true;
     scrollTimer.start();
 }
 
@@ -122,6 +133,7 @@ bool KvChatWidget::showMessage(const QString &messageLocalId)
         return false;
     // The scroll to the bottom of a page just built would take the row away again.
     scrollTimer.stop();
+    followBottom = false;
     shown = true;
     auto *mark = new QWidget(ui->scrollAreaWidgetContents);
     mark->setObjectName(QStringLiteral("searchHitMark"));
@@ -149,6 +161,8 @@ bool KvChatWidget::showMessage(const QString &messageLocalId)
 void KvChatWidget::scrollToBottom()
 {
     QScrollBar *bar = ui->scrollArea->verticalScrollBar();
+    followBottom = true;
+    rowsAdded = false;
     bar->setValue(bar->maximum());
 }
 

@@ -64,4 +64,6 @@ private:
     QTimer scrollTimer;
     // Rows that arrived into a shown page wait for one layout together.
     bool rowsSettling = false;
+    bool followBottom = false;
+    bool rowsAdded = false;
 };

@@ -103,8 +103,14 @@ void KvTextBubbleWidget::paintEvent(QPaintEvent *event)
 {
     // Selection needs a text document per label; a plain text has none until
     // it is first seen, so a page of thousands of rows builds only the few shown.
-    if (!(label->textInteractionFlags() & Qt::TextSelectableByMouse))
+    if (!(label->textInteractionFlags() & Qt::TextSelectableByMouse)) {
         label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse);
+        // The document may break a text at the edge of the width on another
+        // word than the plain measure did: measured again, the row follows.
+        measuredWidths[0] = measuredWidths[1] = -1;
+        if (heightForWidth(width()) != height())
+            updateGeometry();
+    }
     QWidget::paintEvent(event);
 
     QPainter painter(this);

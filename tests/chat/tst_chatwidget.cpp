@@ -3,6 +3,7 @@
 #include "chat/chatitemwidget.h"
 #include "chat/chatwidget.h"
 #include "chat/droptextedit.h"
+#include "chat/textbubblewidget.h"
 #include "referenceserver.h"
 #include "store/friendmessagemanager.h"
 #include "store/usercommmanager.h"
@@ -61,6 +62,7 @@ private Q_SLOTS:
     void dropOfFileUrlsInsertsThem();
     void loadsTheWholeConversationOldestAtTheTop();
     void burstOfRowsScrollsOnceToTheBottom();
+    void staysAtTheNewestRowWhilePicturesTakeTheirSize();
     void updatesReachTheLatestRowOfALocalId();
     void sending_data();
     void sending();
@@ -92,6 +94,9 @@ void TestChatWidget::initTestCase()
     picture.fill(Qt::darkCyan);
     for (const char *name : {"photo.png", "photo.PNG"})
         QVERIFY(picture.save(m_dir.filePath(name), "PNG"));
+    QImage wide(1200, 900, QImage::Format_RGB32);
+    wide.fill(Qt::darkGreen);
+    QVERIFY(wide.save(m_dir.filePath("wide.png"), "PNG"));
     QFile notes(m_dir.filePath("notes"));
     QVERIFY(notes.open(QIODevice::WriteOnly) && notes.write("plain notes") > 0);
 }
@@ -211,6 +216,34 @@ void TestChatWidget::burstOfRowsScrollsOnceToTheBottom()
     }
     QWidget *viewport = page.findChild<QScrollArea *>("scrollArea")->viewport();
     QVERIFY(viewport->rect().contains(rows.last()->mapTo(viewport, rows.last()->rect().bottomLeft())));
+}
+
+// Pictures take their height only once their row has its width: the page
+// ends at its newest row, and every row shows all of its text.
+void TestChatWidget::staysAtTheNewestRowWhilePicturesTakeTheirSize()
+{
+    KvChatWidget page("nobody", false);
+    for (int i = 0; i < 12; ++i) {
+        page.addMessage(i % 2 ? message("BBC", QStringLiteral("第 %1 行很长的消息，").arg(i).repeated(12), i)
+                              : message("BBB", "wide.png", i, 9));
+    }
+    page.resize(500, 400);
+    page.show();
+    auto *timer = page.findChild<QTimer *>("scrollTimer");
+    QMetaObject::invokeMethod(timer, "timeout");
+    QScrollBar *bar = page.findChild<QScrollArea *>("scrollArea")->verticalScrollBar();
+    QTRY_VERIFY(bar->maximum() > 1000);
+    QTest::qWait(100);
+    QCOMPARE(bar->value(), bar->maximum());
+    const QList<QWidget *> rows = rowsOf(page);
+    QWidget *viewport = page.findChild<QScrollArea *>("scrollArea")->viewport();
+    QVERIFY(viewport->rect().contains(rows.last()->mapTo(viewport, rows.last()->rect().bottomLeft())));
+    for (QWidget *row : rows) {
+        for (QWidget *content : row->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly))
+            QVERIFY2(content->isHidden() || row->rect().contains(content->geometry()), qPrintable(rowText(row)));
+        if (auto *label = row->findChild<KvTextBubbleWidget *>() ? row->findChild<KvTextBubbleWidget *>()->findChild<QLabel *>() : nullptr)
+            QVERIFY2(label->height() >= label->heightForWidth(label->width()), qPrintable(label->text()));
+    }
 }
 
 void TestChatWidget::updatesReachTheLatestRowOfALocalId()
