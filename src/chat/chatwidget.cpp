@@ -145,7 +145,9 @@ bool KvChatWidget::showMessage(const QString &messageLocalId)
                             .arg(accent.green())
                             .arg(accent.blue()));
     const auto reveal = [this, row, mark] {
-        ui->scrollAreaWidgetContents->layout()->activate();
+        // Rows that have just arrived are laid out now, not at their settling.
+        ui->verticalLayoutContents->setEnabled(true);
+        ui->verticalLayoutContents->activate();
         mark->setGeometry(row->geometry());
         mark->raise();
         ui->scrollArea->ensureWidgetVisible(row, 0, ui->scrollArea->viewport()->height() / 3);
