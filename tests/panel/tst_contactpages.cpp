@@ -138,6 +138,35 @@ void TestContactPages::friendsStandUnderTheirInitials()
         std::sort(shown.begin() + 4, shown.begin() + 6);
     QCOMPARE(shown, (QStringList{QStringLiteral("我的手机"), "[A]", "Anna", "[B]", "Ben", "bob", "[W]", "[Z]",
                                  QStringLiteral("张三")}));
+
+    // A double-click on a letter opens nothing; on a friend, that friend's chat.
+    page.resize(300, 600);
+    page.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&page));
+    const auto doubleClick = [list](const QString &line) {
+        for (int i = 0; i < list->count(); ++i) {
+            QWidget *row = list->itemWidget(list->item(i));
+            const QString text = row ? row->findChild<QLabel *>("labelName")->text() : "[" + list->item(i)->text() + "]";
+            if (text != line)
+                continue;
+            // As a person does it: the press of the first click, then the double click.
+            const QPoint at = list->visualItemRect(list->item(i)).center();
+            QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, at);
+            QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, at);
+        }
+    };
+    const auto chatShown = [] {
+        for (QWidget *widget : QApplication::topLevelWidgets())
+            if (qobject_cast<KvChatDialog *>(widget) && widget->isVisible())
+                return true;
+        return false;
+    };
+    doubleClick("[B]");
+    QVERIFY(!chatShown());
+    doubleClick("Ben");
+    QVERIFY(chatShown());
+    QCOMPARE(KvChatDialog::currentChatUser(), m_ben);
+    KvChatDialog::clostChat();
 }
 
 void TestContactPages::searchHidesHeadersAndIgnoresCase()
