@@ -7,6 +7,7 @@
 #include "panel/friendmessageitemwidget.h"
 #include "platform/menu.h"
 #include "platform/usuallyutils.h"
+#include "store/friendmanager.h"
 #include "store/friendmessagemanager.h"
 #include "store/groupmanager.h"
 #include "store/messagesearchmanager.h"
@@ -79,6 +80,19 @@ void KvChatDialog::init()
             &KvChatDialog::slotMessageUpdate);
     connect(comm->userUnreadMessageManager(), &KvUnreadMessageManager::signalUserUnreadClear, this,
             &KvChatDialog::slotUserUnreadClear);
+    // A chat opened before the friend list arrived takes the friend's name when it does.
+    const auto named = [this](const KvUserInfoFriend &info) {
+        QListWidgetItem *item = chatItems.value(info.userName);
+        if (!item)
+            return;
+        if (auto *row = qobject_cast<KvFriendMessageItemWidget *>(ui->listWidget->itemWidget(item)))
+            row->setUser(info.userName);
+        item->setData(TitleRole, conversationTitle(info.userName));
+        if (ui->listWidget->currentItem() == item)
+            ui->labelNikeName->setText(item->data(TitleRole).toString());
+    };
+    connect(comm->friendManager(), &KvFriendManager::signalFriendNew, this, named);
+    connect(comm->friendManager(), &KvFriendManager::signalFriendUpdate, this, named);
 
     // The policy sits on the dialog while the list's signal is the one
     // connected: the list's own right-click does not reach the slot.

@@ -36,6 +36,7 @@ private Q_SLOTS:
     void messagesReachOnlyOpenConversations();
     void badgesStayStillForTheCurrentConversation();
     void maxButtonTooltips();
+    void tabTakesTheNameOfAFriendWhoArrivesLater();
 
 private:
     void receive(const QString &peer, const QString &text);
@@ -270,6 +271,22 @@ void TestChatDialog::maxButtonTooltips()
     QTest::mouseClick(maxButton, Qt::LeftButton);
     QVERIFY(!dialog()->isMaximized());
     QCOMPARE(maxButton->toolTip(), "恢复");
+}
+
+// Opened by name before the friend list has come: the tab and the title show
+// the friend's nickname once the friend is stored.
+void TestChatDialog::tabTakesTheNameOfAFriendWhoArrivesLater()
+{
+    const QString later = ReferenceServer::createAccount("later", "kv123456", {{"nickname", QStringLiteral("晚到")}})
+                              .value("username")
+                              .toString();
+    KvChatDialog::createChat(later, nullptr, false);
+    auto *name = tab(later)->findChild<QLabel *>("labelName");
+    QCOMPARE(name->text(), QString());
+    ReferenceServer::adminPost("friends", {{"a", m_me}, {"b", later}});
+    KvUserManager::instance()->requestFriends();
+    QTRY_COMPARE(name->text(), QStringLiteral("晚到"));
+    QCOMPARE(dialog()->findChild<QLabel *>("labelNikeName")->text(), QStringLiteral("晚到"));
 }
 
 QTEST_MAIN(TestChatDialog)
