@@ -16,6 +16,7 @@
 // folder's reference server started again by server/fixture.sh.
 // KVMESS_BENCH_GRAB=<file.png> saves the measured window of such a case.
 #include "benchserver.h"
+#include "procstatus.h"
 #include "chat/chatwidget.h"
 #include "panel/friendmessagewidget.h"
 #include "platform/theme.h"
@@ -53,26 +54,6 @@ namespace {
 
 const QString password = QStringLiteral("pw");
 const QString user = QStringLiteral("benchchat");
-
-qint64 statusKiB(const char *key)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith(key))
-            return line.mid(int(qstrlen(key))).trimmed().split(' ').first().toLongLong();
-    }
-    return 0;
-}
-
-// Resets the kernel's peak of the resident set to what is resident now.
-void resetPeak()
-{
-    QFile refs(QStringLiteral("/proc/self/clear_refs"));
-    if (refs.open(QIODevice::WriteOnly))
-        refs.write("5");
-}
 
 struct Run
 {

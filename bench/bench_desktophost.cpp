@@ -14,6 +14,7 @@
 // for the case with the conversation open only (the figures are then the
 // wrapper's, not the host's).
 #include "benchserver.h"
+#include "procstatus.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -46,25 +47,6 @@ QByteArray json(const QJsonObject &object)
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
-qint64 statusKiB(qint64 pid, const char *key)
-{
-    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith(key))
-            return line.mid(int(qstrlen(key))).trimmed().split(' ').first().toLongLong();
-    }
-    return 0;
-}
-
-// Resets the kernel's peak of the process's resident set to what is resident now.
-bool resetPeak(qint64 pid)
-{
-    QFile refs(QStringLiteral("/proc/%1/clear_refs").arg(pid));
-    return refs.open(QIODevice::WriteOnly) && refs.write("5") == 1;
-}
-
 // Runs the event loop for `ms` milliseconds, or until `done` says so.
 bool waitFor(const std::function<bool()> &done, int ms)
 {
@@ -86,7 +68,7 @@ qint64 settledRss(qint64 pid)
     QElapsedTimer clock;
     clock.start();
     while (clock.elapsed() < 60000) {
-        samples << statusKiB(pid, "VmRSS:");
+        samples << statusKiB("VmRSS:", pid);
         if (samples.size() >= 5) {
             const QList<qint64> last = samples.mid(samples.size() - 5);
             if (*std::max_element(last.cbegin(), last.cend()) - *std::min_element(last.cbegin(), last.cend()) < 256)
@@ -225,7 +207,7 @@ HostRun runHost(const QTemporaryDir &dir, const QString &tag, bool openChat, con
     }
     settledRss(pid);
     const bool peakReset = resetPeak(pid);
-    run.rssBefore = statusKiB(pid, "VmRSS:");
+    run.rssBefore = statusKiB("VmRSS:", pid);
 
     const QString token = ReferenceServer::adminPost(QStringLiteral("token"), {{"username", userB}})
                               .toObject().value("token").toString();
@@ -274,7 +256,7 @@ HostRun runHost(const QTemporaryDir &dir, const QString &tag, bool openChat, con
         std::fprintf(stderr, "the host stored %d of %d texts (%d acknowledged)\n", stored, int(texts.size()),
                      acknowledged);
     run.rssAfter = settledRss(pid);
-    run.peakAfter = statusKiB(pid, "VmHWM:");
+    run.peakAfter = statusKiB("VmHWM:", pid);
     run.ok = arrived && peakReset && host.state() == QProcess::Running;
     host.terminate();
     if (!host.waitForFinished(20000))

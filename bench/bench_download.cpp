@@ -5,6 +5,7 @@
 // body is held whole until it ends).
 //   bench_download [MiB] [on|off]   (default 1024 on)
 #include "platform/safety.h"
+#include "procstatus.h"
 #include "transfer/messagefiledownloader.h"
 
 #include <QCoreApplication>
@@ -20,18 +21,6 @@
 #include <cstdio>
 
 namespace {
-
-// A resident-set figure of this process in KiB (VmHWM: the peak, VmRSS: now).
-qint64 statusField(const char *name)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    for (const QByteArray &line : status.readAll().split('\n'))
-        if (line.startsWith(name))
-            return line.mid(int(qstrlen(name))).trimmed().split(' ').first().toLongLong();
-    return 0;
-}
 
 // Answers one GET with `size` bytes, written as the socket drains.
 class BodyServer : public QObject
@@ -88,7 +77,7 @@ int main(int argc, char **argv)
     QTemporaryDir dir;
     const QString target = dir.filePath(QStringLiteral("received.bin"));
     BodyServer server(mebibytes << 20);
-    const qint64 before = statusField("VmRSS:");
+    const qint64 before = statusKiB("VmRSS:");
 
     bool ok = false;
     auto *downloader = new KvMessageFileDownloader(QStringLiteral("peer"), QStringLiteral("m1"));
@@ -102,7 +91,7 @@ int main(int argc, char **argv)
     downloader->download(QUrl(QStringLiteral("http://127.0.0.1:%1/file").arg(server.port())), target);
     app.exec();
     const double seconds = timer.nsecsElapsed() / 1e9;
-    const qint64 peak = statusField("VmHWM:");
+    const qint64 peak = statusKiB("VmHWM:");
 
     QJsonObject result{{"mebibytes", mebibytes},
                        {"switch", on ? "on" : "off"},

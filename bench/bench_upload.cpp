@@ -6,6 +6,7 @@
 #include "account/usermanager.h"
 #include "platform/selfservermanager.h"
 #include "benchserver.h"
+#include "procstatus.h"
 #include "referenceserver.h"
 #include "store/usercommmanager.h"
 #include "transfer/sendmessagehelper.h"
@@ -26,18 +27,6 @@
 namespace {
 
 constexpr qint64 Block = 5242880;
-
-// Resident-set figures of this process in KiB: the peak and the current one.
-qint64 statusField(const char *name)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    for (const QByteArray &line : status.readAll().split('\n'))
-        if (line.startsWith(name))
-            return line.mid(int(qstrlen(name))).trimmed().split(' ').first().toLongLong();
-    return 0;
-}
 
 QString randomFile(const QString &path, qint64 size)
 {
@@ -75,13 +64,13 @@ int main(int argc, char **argv)
 
     const QString moduleFile = randomFile(dir.filePath("module.bin"), size);
     const QString curlFile = randomFile(dir.filePath("curl.bin"), size);
-    const qint64 baseline = statusField("VmRSS:");
+    const qint64 baseline = statusKiB("VmRSS:");
 
     QElapsedTimer timer;
     timer.start();
     const bool sent = KvSendMessageHelper::sendFileMessage(moduleFile, "benchuser", false, false, QString());
     const qint64 moduleMs = qMax<qint64>(1, timer.elapsed());
-    const qint64 peak = statusField("VmHWM:");
+    const qint64 peak = statusKiB("VmHWM:");
 
     // curl posts the blocks of another file of the same size, cut beforehand,
     // with the same fields and the same token.

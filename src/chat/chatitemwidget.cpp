@@ -43,8 +43,9 @@ QSize boundedHint(const QWidget *widget)
 
 int contentHeight(const QWidget *content, int width)
 {
-    const int height = content->hasHeightForWidth() ? content->heightForWidth(width) : content->sizeHint().height();
-    return qBound(content->minimumHeight(), height, content->maximumHeight());
+    if (!content->hasHeightForWidth())
+        return boundedHint(content).height();
+    return qBound(content->minimumHeight(), content->heightForWidth(width), content->maximumHeight());
 }
 
 const QIcon &defaultHeadIcon()

@@ -93,26 +93,24 @@ void KvChatWidget::addMessage(const KvFriendMessageData &message)
         // each showing lays the whole page out again: a burst of arrivals
         // cost the square of its length. The layout rests while the rows of
         // a burst are shown, and lays them out once, before the next paint.
-        ui->verticalLayoutContents->setEnabled(false);
+        if (ui->verticalLayoutContents->isEnabled()) {
+            ui->verticalLayoutContents->setEnabled(false);
+            QMetaObject::invokeMethod(this, &KvChatWidget::settleRows, Qt::QueuedConnection);
+        }
         // At the page's width already, so that its text is measured once.
         const int width = ui->verticalLayoutChat->geometry().width();
         if (width > 0)
             row->resize(width, row->heightForWidth(width));
         row->show();
-        if (!rowsSettling) {
-            rowsSettling = true;
-            QMetaObject::invokeMethod(
-                this,
-                [this] {
-                    rowsSettling = false;
-                    ui->verticalLayoutContents->setEnabled(true);
-                    ui->verticalLayoutContents->activate();
-                },
-                Qt::QueuedConnection);
-        }
     }
     rowsAdded = true;
     scrollTimer.start();
+}
+
+void KvChatWidget::settleRows()
+{
+    ui->verticalLayoutContents->setEnabled(true);
+    ui->verticalLayoutContents->activate();
 }
 
 void KvChatWidget::updateMessage(const KvFriendMessageData &message)
@@ -146,8 +144,7 @@ bool KvChatWidget::showMessage(const QString &messageLocalId)
                             .arg(accent.blue()));
     const auto reveal = [this, row, mark] {
         // Rows that have just arrived are laid out now, not at their settling.
-        ui->verticalLayoutContents->setEnabled(true);
-        ui->verticalLayoutContents->activate();
+        settleRows();
         mark->setGeometry(row->geometry());
         mark->raise();
         ui->scrollArea->ensureWidgetVisible(row, 0, ui->scrollArea->viewport()->height() / 3);

@@ -51,6 +51,8 @@ protected Q_SLOTS:
 private:
     void init();
     void scrollToBottom();
+    // Lays out the rows that arrived into a shown page while its layout rested.
+    void settleRows();
 
     Ui::KvChatWidget *ui = nullptr;
     bool shown = false;
@@ -62,8 +64,6 @@ private:
     qint32 pageSize = 50;
     QMap<QString, KvChatItemWidget *> items;
     QTimer scrollTimer;
-    // Rows that arrived into a shown page wait for one layout together.
-    bool rowsSettling = false;
     bool followBottom = false;
     bool rowsAdded = false;
 };

@@ -5,6 +5,7 @@
 #include "desktoptray.h"
 #include "desktopwindow.h"
 #include "panel/usercommwidget.h"
+#include "consolehost.h"
 #include "referenceserver.h"
 #include "store/friendmessagemanager.h"
 #include "store/unreadmessagemanager.h"
@@ -111,16 +112,9 @@ QJsonArray TestDesktopNotifier::recorded() const
 
 bool TestDesktopNotifier::console(const QString &user, const QStringList &commands)
 {
-    QProcess process;
-    QStringList arguments{"--profile", m_dir.filePath("console-" + user), "login", "password", user, "kv123456"};
-    for (const QString &command : commands)
-        arguments << ";" << command.split(' ');
-    process.start(KVMESS_CONSOLE, arguments);
-    // The host lives in this process: its event loop runs meanwhile.
-    QDeadlineTimer deadline(60000);
-    while (process.state() != QProcess::NotRunning && !deadline.hasExpired())
-        QTest::qWait(50);
-    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    bool ok = false;
+    runConsoleHost(KVMESS_CONSOLE, m_dir.filePath("console-" + user), user, commands, &ok);
+    return ok;
 }
 
 QString TestDesktopNotifier::file(const QString &name)

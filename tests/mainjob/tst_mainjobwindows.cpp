@@ -11,6 +11,7 @@
 #include "panel/noticemessagewidget.h"
 #include "panel/usercommwidget.h"
 #include "platform/theme.h"
+#include "consolehost.h"
 #include "referenceserver.h"
 #include "screens.h"
 
@@ -18,7 +19,6 @@
 #include <QJsonDocument>
 #include <QLabel>
 #include <QListWidget>
-#include <QProcess>
 #include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -58,25 +58,7 @@ private:
 
 QList<QJsonObject> TestMainJobWindows::console(const QStringList &commands)
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char *name : {"KVMESS_ACCOUNT_URL", "KVMESS_MESSAGE_HOST", "KVMESS_FILE_HOST"})
-        environment.insert(name, qEnvironmentVariable(name));
-    process.setProcessEnvironment(environment);
-    QStringList arguments{"--profile", m_dir.filePath("peer"), "login", "password", m_peer, "kv123456"};
-    for (const QString &command : commands)
-        arguments << ";" << command.split(' ');
-    process.start(KVMESS_CONSOLE, arguments);
-    // The desktop host lives in this process: keep its event loop running meanwhile.
-    QDeadlineTimer deadline(60000);
-    while (process.state() != QProcess::NotRunning && !deadline.hasExpired())
-        QTest::qWait(50);
-    QList<QJsonObject> lines;
-    for (const QByteArray &line : process.readAllStandardOutput().split('\n')) {
-        const QJsonObject object = QJsonDocument::fromJson(line).object();
-        if (!object.isEmpty())
-            lines << object;
-    }
+    const QList<QJsonObject> lines = runConsoleHost(KVMESS_CONSOLE, m_dir.filePath("peer"), m_peer, commands);
     for (const QJsonObject &line : lines.mid(1)) {
         if (!line.value("ok").toBool(true))
             qWarning() << "console:" << line;
