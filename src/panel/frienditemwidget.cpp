@@ -44,6 +44,11 @@ void KvFriendItemWidget::updateInfo(const KvUserInfoFriend &info)
     ui->labelName->setText(info.nickName.isEmpty() ? info.userName : info.nickName);
 }
 
+void KvFriendItemWidget::setEncodedPortrait(const QByteArray &encoded)
+{
+    ui->pushButtonHeadPortrait->setButtonIconData(encoded);
+}
+
 QSize KvFriendItemWidget::sizeHint() const
 {
     return {100, maximumHeight()};

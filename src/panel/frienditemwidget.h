@@ -21,6 +21,8 @@ public:
     ~KvFriendItemWidget() override;
 
     void updateInfo(const KvUserInfoFriend &info);
+    // The portrait as stored, decoded when the row is first painted.
+    void setEncodedPortrait(const QByteArray &encoded);
     QSize sizeHint() const override;
 
 private Q_SLOTS:

@@ -64,10 +64,12 @@ void KvFriendWidget::clearItems()
 
 void KvFriendWidget::loadFriends()
 {
+    // Of a thousand portraits a page shows a dozen: the rest wait until painted.
     QList<KvUserInfoFriend> friends;
-    KvUserCommManager::instance()->friendManager()->allFriends(friends);
-    for (const KvUserInfoFriend &info : qAsConst(friends))
-        addFriendItem(info);
+    QList<QByteArray> portraits;
+    KvUserCommManager::instance()->friendManager()->allFriends(friends, portraits);
+    for (int i = 0; i < friends.size(); ++i)
+        addFriendItem(friends.at(i), false, portraits.value(i));
     ui->listWidget->sortItems(Qt::AscendingOrder);
 }
 
@@ -86,7 +88,7 @@ void KvFriendWidget::insertSorted(QListWidgetItem *item)
     ui->listWidget->insertItem(low, item);
 }
 
-void KvFriendWidget::addFriendItem(const KvUserInfoFriend &info, bool inPlace)
+void KvFriendWidget::addFriendItem(const KvUserInfoFriend &info, bool inPlace, const QByteArray &encodedPortrait)
 {
     QListWidget *list = inPlace ? nullptr : ui->listWidget;
     const QString letter = KvPinYinHelper::getChineseFirst(info.nickName);
@@ -110,6 +112,8 @@ void KvFriendWidget::addFriendItem(const KvUserInfoFriend &info, bool inPlace)
     if (inPlace)
         insertSorted(item);
     auto *row = new KvFriendItemWidget(info);
+    if (!encodedPortrait.isEmpty())
+        row->setEncodedPortrait(encodedPortrait);
     item->setSizeHint(row->sizeHint());
     ui->listWidget->setItemWidget(item, row);
     friendItems.insert(info.userName, item);

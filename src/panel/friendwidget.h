@@ -37,7 +37,7 @@ private Q_SLOTS:
 private:
     // Appends the rows for a sort to follow, or with `inPlace` puts them where
     // a sort would.
-    void addFriendItem(const KvUserInfoFriend &info, bool inPlace = false);
+    void addFriendItem(const KvUserInfoFriend &info, bool inPlace = false, const QByteArray &encodedPortrait = {});
     void insertSorted(QListWidgetItem *item);
     void loadFriends();
     void clearItems();

@@ -83,6 +83,8 @@ KvIconButton::KvIconButton(Type type, QWidget *parent)
 void KvIconButton::setType(int type)
 {
     m_type = type;
+    if (m_type == Normal)
+        decodePending();
     updateShownIcon();
 }
 
@@ -121,6 +123,7 @@ QIcon KvIconButton::defaultIcon() const
 
 void KvIconButton::setButtonIcon(const QPixmap &pixmap)
 {
+    m_encoded.clear();
     m_pixmap = pixmap;
     updateShownIcon();
 }
@@ -130,19 +133,40 @@ void KvIconButton::setButtonIcon(const QString &filePath)
     setButtonIcon(QPixmap(filePath));
 }
 
+void KvIconButton::setButtonIconData(const QByteArray &encoded)
+{
+    m_pixmap = QPixmap();
+    m_encoded = encoded;
+    // The style draws a Normal button's icon, so it needs the picture now.
+    if (m_type == Normal)
+        decodePending();
+    updateShownIcon();
+}
+
+void KvIconButton::decodePending() const
+{
+    if (m_encoded.isEmpty())
+        return;
+    m_pixmap.loadFromData(m_encoded);
+    m_encoded.clear();
+}
+
 void KvIconButton::clear()
 {
+    m_encoded.clear();
     m_pixmap = QPixmap();
     updateShownIcon();
 }
 
 bool KvIconButton::hasButtonIcon() const
 {
+    decodePending();
     return !m_pixmap.isNull();
 }
 
 QPixmap KvIconButton::buttonPixmap() const
 {
+    decodePending();
     if (!m_pixmap.isNull())
         return m_pixmap;
     if (m_defaultIcon.isNull())
@@ -190,6 +214,7 @@ void KvIconButton::paintEvent(QPaintEvent *event)
         return;
     const QRect target(QPoint((width() - size.width()) / 2, (height() - size.height()) / 2), size);
     const qreal dpr = devicePixelRatioF();
+    decodePending();
     QPixmap shown;
     if (!m_pixmap.isNull()) {
         shown = m_pixmap;

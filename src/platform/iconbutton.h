@@ -30,6 +30,9 @@ public:
 
     void setButtonIcon(const QPixmap &pixmap);
     void setButtonIcon(const QString &filePath); // a file that can't be read clears the button
+    // Encoded picture bytes, decoded when the button is first painted or asked
+    // for its pixmap; bytes that don't decode leave the default icon.
+    void setButtonIconData(const QByteArray &encoded);
     void clear(); // back to the default icon
     bool hasButtonIcon() const;
 
@@ -47,9 +50,11 @@ protected:
 private:
     void updateShownIcon();
     QSize pictureSize() const;
+    void decodePending() const;
 
     int m_type = Normal;
     int m_radius = 5;
     QIcon m_defaultIcon;
-    QPixmap m_pixmap;
+    mutable QPixmap m_pixmap;
+    mutable QByteArray m_encoded;
 };

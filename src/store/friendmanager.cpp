@@ -102,6 +102,11 @@ void KvFriendManager::allFriends(QList<KvUserInfoFriend> &list)
     KvFriendTable::allFriends(dataAdapter, lastError, list);
 }
 
+void KvFriendManager::allFriends(QList<KvUserInfoFriend> &list, QList<QByteArray> &encodedPortraits)
+{
+    KvFriendTable::allFriends(dataAdapter, lastError, list, &encodedPortraits);
+}
+
 void KvFriendManager::slotFriendRemove(QString userName)
 {
     if (KvFriendTable::removeFriendRow(dataAdapter, lastError, userName))

@@ -29,6 +29,9 @@ public:
     bool friendExists(const QString &userName);
     // In the table's order; empty without a database.
     void allFriends(QList<KvUserInfoFriend> &list);
+    // The same, with portraits left as stored (null pixmaps in `list`), for a
+    // view that decodes only the portraits it paints.
+    void allFriends(QList<KvUserInfoFriend> &list, QList<QByteArray> &encodedPortraits);
 
 Q_SIGNALS:
     void signalFriendNew(KvUserInfoFriend friendInfo);

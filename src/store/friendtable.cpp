@@ -69,7 +69,8 @@ bool friendExists(KvDataAdapter *adapter, const QString &userName)
     return query.next();
 }
 
-bool allFriends(KvDataAdapter *adapter, QString &error, QList<KvUserInfoFriend> &list)
+bool allFriends(KvDataAdapter *adapter, QString &error, QList<KvUserInfoFriend> &list,
+                QList<QByteArray> *encodedPortraits)
 {
     if (!adapter)
         return false;
@@ -80,7 +81,10 @@ bool allFriends(KvDataAdapter *adapter, QString &error, QList<KvUserInfoFriend> 
         KvUserInfoFriend info;
         info.userName = query.value(0).toString();
         info.phone = query.value(1).toString();
-        info.headPortrait = portraitFromBytes(query.value(2).toByteArray());
+        if (encodedPortraits)
+            encodedPortraits->append(query.value(2).toByteArray());
+        else
+            info.headPortrait = portraitFromBytes(query.value(2).toByteArray());
         info.nickName = query.value(3).toString();
         info.sex = query.value(4).toInt();
         info.hometown = query.value(5).toString();

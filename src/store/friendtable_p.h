@@ -24,7 +24,10 @@ bool createTable(KvDataAdapter *adapter, QString &error);
 // `out` gets the row and `userName`; false for no row as well as for an error.
 bool friendInfo(KvDataAdapter *adapter, QString &error, KvUserInfoFriend &out, const QString &userName);
 bool friendExists(KvDataAdapter *adapter, const QString &userName);
-bool allFriends(KvDataAdapter *adapter, QString &error, QList<KvUserInfoFriend> &list);
+// With `encodedPortraits`, portraits are left undecoded: the list gets null
+// pixmaps and `encodedPortraits` the stored bytes, one entry a friend.
+bool allFriends(KvDataAdapter *adapter, QString &error, QList<KvUserInfoFriend> &list,
+                QList<QByteArray> *encodedPortraits = nullptr);
 bool insertFriend(KvDataAdapter *adapter, QString &error, const KvUserInfoFriend &info);
 bool updateFriend(KvDataAdapter *adapter, QString &error, const KvUserInfoFriend &info);
 bool removeFriendRow(KvDataAdapter *adapter, QString &error, const QString &userName);

@@ -4,6 +4,7 @@
 #include "panel/companywidget.h"
 #include "panel/friendwidget.h"
 #include "panel/selfinfoeditdialog.h"
+#include "platform/iconbutton.h"
 #include "platform/inputdialog.h"
 #include "platform/messagebox.h"
 #include "platform/selfservermanager.h"
@@ -143,6 +144,22 @@ void TestContactPages::friendsStandUnderTheirInitials()
     page.resize(300, 600);
     page.show();
     QVERIFY(QTest::qWaitForWindowExposed(&page));
+    // Each friend shows the portrait stored for them, not the default nor a neighbour's.
+    KvFriendManager *friends = KvUserCommManager::instance()->friendManager();
+    for (const QString &user : {m_bob, m_anna}) {
+        KvUserInfoFriend stored;
+        QVERIFY(friends->friendInfo(stored, user));
+        QVERIFY(!stored.headPortrait.isNull());
+        QWidget *row = nullptr;
+        for (int i = 0; i < list->count() && !row; ++i) {
+            QWidget *candidate = list->itemWidget(list->item(i));
+            if (candidate && candidate->findChild<QLabel *>("labelName")->text() == stored.nickName)
+                row = candidate;
+        }
+        QVERIFY(row);
+        QCOMPARE(row->findChild<KvIconButton *>("pushButtonHeadPortrait")->buttonPixmap().toImage(),
+                 stored.headPortrait.toImage());
+    }
     const auto doubleClick = [list](const QString &line) {
         for (int i = 0; i < list->count(); ++i) {
             QWidget *row = list->itemWidget(list->item(i));

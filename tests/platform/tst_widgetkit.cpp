@@ -89,6 +89,18 @@ void TestWidgetKit::iconButtonShowsAndReadsBack()
     // A file path that can't be read leaves the default icon.
     button.setButtonIcon(QStringLiteral("/nonexistent/head.png"));
     QCOMPARE(centre(), defaultCentre);
+
+    // Stored bytes show as the picture they encode; bytes that aren't one, as the default.
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    solid(Qt::blue).save(&buffer, "png");
+    button.setButtonIconData(png);
+    QCOMPARE(centre(), QColor(Qt::blue));
+    QVERIFY(button.hasButtonIcon());
+    button.setButtonIconData("not a picture");
+    QCOMPARE(centre(), defaultCentre);
+    QVERIFY(!button.hasButtonIcon());
 }
 
 void TestWidgetKit::inputDialogCheckFunction()
