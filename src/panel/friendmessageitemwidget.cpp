@@ -7,6 +7,7 @@
 #include "messaging/msgcontentchattext.h"
 #include "messaging/wsmessagecontentfactory.h"
 #include "store/friendmessagemanager.h"
+#include "store/groupmanager.h"
 #include "store/unreadmessagemanager.h"
 #include "store/usercommmanager.h"
 #include "store/usertitles.h"
@@ -48,6 +49,16 @@ KvFriendMessageItemWidget::KvFriendMessageItemWidget(const QString &userName, bo
         setMsgCount(KvUserCommManager::instance()->userUnreadMessageManager()->userUnreadMessageCount(userName));
 }
 
+KvFriendMessageItemWidget::KvFriendMessageItemWidget(const KvFriendMessageData &message,
+                                                     const KvFriendsByName &friends, QWidget *parent)
+    : QWidget(parent)
+    , ui(new Ui::KvFriendMessageItemWidget)
+{
+    init();
+    setUser(conversationUser(message), friends);
+    setLastMessage(message, true);
+}
+
 KvFriendMessageItemWidget::~KvFriendMessageItemWidget()
 {
     delete ui;
@@ -87,6 +98,30 @@ void KvFriendMessageItemWidget::setUser(const QString &userName)
         return;
     }
     userNameAndPortrait(userName, name, portrait);
+    ui->labelName->setText(name);
+    setHead(portrait);
+}
+
+void KvFriendMessageItemWidget::setUser(const QString &userName, const KvFriendsByName &friends)
+{
+    if (isCustomerServiceAccount(userName) || userName == systemUserName) {
+        setUser(userName);
+        return;
+    }
+    this->userName = userName;
+    const auto found = friends.constFind(userName);
+    if (found != friends.constEnd()) {
+        ui->labelName->setText(displayName(found->first));
+        if (found->second.isEmpty())
+            ui->pushButtonHeadPortrait->clear();
+        else
+            ui->pushButtonHeadPortrait->setButtonIconData(found->second);
+        return;
+    }
+    // Not a friend: a team member, or someone the store does not know.
+    QString name;
+    QPixmap portrait;
+    KvUserCommManager::instance()->enterpriseManager()->memberInfo(userName, name, portrait);
     ui->labelName->setText(name);
     setHead(portrait);
 }

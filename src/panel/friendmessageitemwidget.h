@@ -5,7 +5,13 @@
 #include "kvmess_export.h"
 #include "store/friendmessagedata.h"
 
+#include <QHash>
+#include <QPair>
 #include <QWidget>
+
+// Friends read at once for a whole list: each friend by name, with the
+// portrait as stored.
+using KvFriendsByName = QHash<QString, QPair<KvUserInfoFriend, QByteArray>>;
 
 namespace Ui {
 class KvFriendMessageItemWidget;
@@ -24,9 +30,14 @@ public:
     // The row of `userName` with the last stored message of that friend; the
     // badge shows the stored unread count when `showUnread`.
     KvFriendMessageItemWidget(const QString &userName, bool showUnread, QWidget *parent = nullptr);
+    // As the first, taking the name and portrait from `friends` instead of
+    // reading the friend's row; the portrait is decoded when first painted.
+    KvFriendMessageItemWidget(const KvFriendMessageData &message, const KvFriendsByName &friends,
+                              QWidget *parent = nullptr);
     ~KvFriendMessageItemWidget() override;
 
     void setUser(const QString &userName);
+    void setUser(const QString &userName, const KvFriendsByName &friends);
     void setLastMessage(const KvFriendMessageData &message, bool count);
     void setMsgCount(int count);
 

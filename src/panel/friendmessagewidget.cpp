@@ -63,13 +63,24 @@ void KvFriendMessageWidget::slotCommLoginStateChanged(bool state)
     clearItems();
     if (!state)
         return;
-    const QList<KvFriendMessageData> messages = KvUserCommManager::instance()->friendMessageManager()->lastMessages();
+    KvUserCommManager *comm = KvUserCommManager::instance();
+    const QList<KvFriendMessageData> messages = comm->friendMessageManager()->lastMessages();
+    // One read of every friend rather than one a row; portraits stay encoded
+    // until their row is painted.
+    QList<KvUserInfoFriend> friendList;
+    QList<QByteArray> portraits;
+    comm->friendManager()->allFriends(friendList, portraits);
+    KvFriendsByName friends;
+    friends.reserve(friendList.size());
+    for (int i = 0; i < friendList.size(); ++i)
+        friends.insert(friendList.at(i).userName, qMakePair(friendList.at(i), portraits.value(i)));
     for (const KvFriendMessageData &message : messages)
-        addMessageItem(message, -1);
+        addMessageItem(message, -1, &friends);
     sortItems(Qt::DescendingOrder);
 }
 
-void KvFriendMessageWidget::addMessageItem(const KvFriendMessageData &message, int position)
+void KvFriendMessageWidget::addMessageItem(const KvFriendMessageData &message, int position,
+                                           const KvFriendsByName *friends)
 {
     const QString userName = conversationUser(message);
     if (userName == systemUserName)
@@ -80,7 +91,8 @@ void KvFriendMessageWidget::addMessageItem(const KvFriendMessageData &message, i
     item->setData(GroupRole, message.isGroup);
     insertItem(position == -1 ? count() : 0, item);
 
-    auto *row = new KvFriendMessageItemWidget(message, nullptr);
+    auto *row = friends ? new KvFriendMessageItemWidget(message, *friends, nullptr)
+                        : new KvFriendMessageItemWidget(message, nullptr);
     row->setMsgCount(unreadMessages()->userUnreadMessageCount(userName));
     item->setSizeHint(row->sizeHint());
     setItemWidget(item, row);

@@ -3,6 +3,7 @@
 
 #include "account/userinfofriend.h"
 #include "kvmess_export.h"
+#include "panel/friendmessageitemwidget.h"
 #include "store/friendmessagedata.h"
 
 #include <QListWidget>
@@ -28,7 +29,8 @@ private Q_SLOTS:
     void slotCustomContextMenuRequested(QPoint pos);
 
 private:
-    void addMessageItem(const KvFriendMessageData &message, int position);
+    // With `friends`, the row takes its friend from there instead of reading the row.
+    void addMessageItem(const KvFriendMessageData &message, int position, const KvFriendsByName *friends = nullptr);
     void clearItems();
 
     QMap<QString, QListWidgetItem *> messageItems;

@@ -123,7 +123,7 @@ void KvFriendMessageManager::finishSend(KvWSMessageReply *reply)
     pendingMessages.remove(reply);
 }
 
-bool KvFriendMessageManager::readRows(const QString &statement, QList<KvFriendMessageData> &rows)
+bool KvFriendMessageManager::readRows(const QString &statement, QList<KvFriendMessageData> &rows, QStringList *tags)
 {
     QSqlQuery query = dataAdapter->sqlQuery(statement);
     if (query.lastError().isValid()) {
@@ -141,6 +141,8 @@ bool KvFriendMessageManager::readRows(const QString &statement, QList<KvFriendMe
         row.time = query.value(6).toLongLong();
         row.isSend = query.value(7).toInt() != 0;
         row.status = query.value(8).toInt();
+        if (tags)
+            tags->append(query.value(9).toString());
         if (row.type == QLatin1String("BBA") || row.type == QLatin1String("BBB")) {
             QSqlQuery file = dataAdapter->sqlQuery(filePart.arg(fileTableName, row.messageLocalId));
             if (file.next()) {
@@ -184,18 +186,42 @@ QList<KvFriendMessageData> KvFriendMessageManager::lastMessages()
     QList<KvFriendMessageData> result;
     if (!dataAdapter)
         return result;
-    for (const QString &table : qAsConst(messageTables)) {
-        QList<KvFriendMessageData> rows;
-        if (!readRows(newestRow.arg(rowPrefix, table), rows) || rows.isEmpty())
-            continue;
-        // A group table's row is keyed by its team in the conversation list,
-        // not by whoever wrote last.
-        const QString groupPrefix = groupMessageTableName(QString());
+    // A group table's row is keyed by its team in the conversation list,
+    // not by whoever wrote last.
+    const QString groupPrefix = groupMessageTableName(QString());
+    const auto take = [&](const QString &table, KvFriendMessageData row) {
         if (table.startsWith(groupPrefix)) {
-            rows.first().isGroup = true;
-            rows.first().toUserId = table.mid(groupPrefix.size());
+            row.isGroup = true;
+            row.toUserId = table.mid(groupPrefix.size());
         }
-        result.append(rows.first());
+        result.append(row);
+    };
+    // A statement per table costs more to prepare than to run: with a
+    // thousand conversations, tables are asked in batches of one statement.
+    constexpr int batchSize = 200;
+    for (int first = 0; first < messageTables.size(); first += batchSize) {
+        const QStringList tables = messageTables.mid(first, batchSize);
+        QStringList parts;
+        for (const QString &table : tables)
+            parts << newestRowTagged.arg(rowPrefix, table);
+        QList<KvFriendMessageData> rows;
+        QStringList tags;
+        if (readRows(parts.join(QLatin1String(" UNION ALL ")) + QLatin1Char(';'), rows, &tags)) {
+            QString previous;
+            for (int i = 0; i < rows.size(); ++i) {
+                // Rows that tie for the newest time: the first stands, as it does alone.
+                if (i > 0 && tags.at(i) == previous)
+                    continue;
+                previous = tags.at(i);
+                take(previous, rows.at(i));
+            }
+            continue;
+        }
+        for (const QString &table : tables) {
+            rows.clear();
+            if (readRows(newestRow.arg(rowPrefix, table), rows) && !rows.isEmpty())
+                take(table, rows.first());
+        }
     }
     return result;
 }

@@ -63,7 +63,8 @@ private:
     };
 
     void finishSend(KvWSMessageReply *reply);
-    bool readRows(const QString &statement, QList<KvFriendMessageData> &rows);
+    // With `tags`, each row's tenth column goes there.
+    bool readRows(const QString &statement, QList<KvFriendMessageData> &rows, QStringList *tags = nullptr);
     bool readRow(const QString &table, const QString &messageId, KvFriendMessageData &row);
 
     QStringList messageTables;

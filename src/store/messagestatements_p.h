@@ -21,6 +21,8 @@ inline const QString listTables = QStringLiteral("SELECT name FROM sqlite_master
 inline const QString rowPrefix = QStringLiteral(
     "SELECT MessageServerId,MessageLocalId,FromUserId,ToUserId,Type,Content,Time,IsSend,Status ");
 inline const QString newestRow = QStringLiteral("%1 FROM %2 WHERE Time=(SELECT MAX(Time) FROM %2);");
+// newestRow for many tables in one statement, each row tagged with its table.
+inline const QString newestRowTagged = QStringLiteral("%1,'%2' FROM %2 WHERE Time=(SELECT MAX(Time) FROM %2)");
 inline const QString wholeConversation = QStringLiteral("%1 FROM %2 ORDER BY Time DESC;");
 inline const QString oneRow = QStringLiteral("%1 FROM %2 WHERE MessageLocalId ='%3';");
 inline const QString filePart = QStringLiteral(

@@ -2,6 +2,7 @@
 #include "account/usermanager.h"
 #include "chat/chatdialog.h"
 #include "panel/companywidget.h"
+#include "panel/friendmessagewidget.h"
 #include "panel/friendwidget.h"
 #include "panel/selfinfoeditdialog.h"
 #include "platform/iconbutton.h"
@@ -27,6 +28,7 @@
 #include <QStackedWidget>
 #include <QTextEdit>
 #include <QTemporaryDir>
+#include <QUuid>
 #include <QtTest>
 
 // The friend page, the team page and the own profile dialog against the
@@ -39,6 +41,7 @@ private Q_SLOTS:
     void init();
     void friendsStandUnderTheirInitials();
     void searchHidesHeadersAndIgnoresCase();
+    void conversationsShowTheirFriends();
     void removalDropsRowAndConversation();
     void addFriendAsksForAMobileNumber();
     void noTeamsShowsTheHint();
@@ -197,6 +200,42 @@ void TestContactPages::searchHidesHeadersAndIgnoresCase()
     QCOMPARE(rows(list), QStringList{});
     search->clear();
     QCOMPARE(rows(list).size(), 9);
+}
+
+void TestContactPages::conversationsShowTheirFriends()
+{
+    KvFriendMessageManager *messages = KvUserCommManager::instance()->friendMessageManager();
+    QSignalSpy stored(messages, &KvFriendMessageManager::signalNewMessage);
+    for (const QString &peer : {m_bob, m_anna}) {
+        KvFriendMessageData message;
+        message.messageLocalId = QUuid::createUuid().toString(QUuid::Id128);
+        message.fromUserId = peer;
+        message.toUserId = m_me;
+        message.type = "BBC";
+        message.content = R"({"content":"hi"})";
+        message.time = QDateTime::currentMSecsSinceEpoch();
+        messages->addMessage(message);
+    }
+    QTRY_COMPARE(stored.count(), 2);
+
+    KvFriendMessageWidget list;
+    list.resize(300, 400);
+    list.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&list));
+    KvFriendManager *friends = KvUserCommManager::instance()->friendManager();
+    for (const QString &user : {m_bob, m_anna}) {
+        KvUserInfoFriend info;
+        QVERIFY(friends->friendInfo(info, user));
+        QWidget *row = nullptr;
+        for (int i = 0; i < list.count() && !row; ++i) {
+            if (list.item(i)->data(Qt::UserRole + 2).toString() == user)
+                row = list.itemWidget(list.item(i));
+        }
+        QVERIFY(row);
+        QCOMPARE(row->findChild<QLabel *>("labelName")->text(), info.nickName);
+        QCOMPARE(row->findChild<KvIconButton *>("pushButtonHeadPortrait")->buttonPixmap().toImage(),
+                 info.headPortrait.toImage());
+    }
 }
 
 void TestContactPages::removalDropsRowAndConversation()

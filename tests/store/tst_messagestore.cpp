@@ -74,6 +74,7 @@ private Q_SLOTS:
     void userDataIsPrivate_data();
     void userDataIsPrivate();
     void reads();
+    void newestRowOfEveryConversation();
     void popUpNotice();
     void concurrentWriterLosesNoRow();
     void logoutClosesAndSwitchReopens();
@@ -378,6 +379,48 @@ void TestMessageStore::reads()
     QVERIFY(m_messages->messages(m_friend, false, list));
     QCOMPARE(list.last().status, 2);
     QVERIFY(!m_messages->updateMessageStatus("nobody", id, 2));
+}
+
+void TestMessageStore::newestRowOfEveryConversation()
+{
+    // More conversations than one statement asks at once; one has two rows at
+    // its newest time, and one is a team's.
+    QSqlDatabase db = QSqlDatabase::contains("reader") ? QSqlDatabase::database("reader")
+                                                       : QSqlDatabase::addDatabase("QSQLITE", "reader");
+    db.setDatabaseName(m_dbFile);
+    QVERIFY(db.open());
+    QSqlQuery query(db);
+    QVERIFY(query.exec("PRAGMA synchronous=OFF"));
+    QStringList tables;
+    for (int i = 0; i < 450; ++i)
+        tables << QStringLiteral("FriendMessageTable_bulk%1").arg(i, 3, 10, QLatin1Char('0'));
+    tables << QStringLiteral("GroupMessageTable_team9");
+    for (int i = 0; i < tables.size(); ++i) {
+        QVERIFY(query.exec(QStringLiteral("CREATE TABLE %1 (MessageServerId TEXT ,MessageLocalId TEXT UNIQUE,"
+                                          "FromUserId TEXT ,ToUserId TEXT ,Type TEXT,Content TEXT,Time INTEGER,"
+                                          "IsSend INTEGER,Status INTEGER)").arg(tables.at(i))));
+        const QString insert = QStringLiteral("INSERT INTO %1 VALUES('s','%2','bulk','%3','AAA','{}',%4,0,0)");
+        QVERIFY(query.exec(insert.arg(tables.at(i), QStringLiteral("old%1").arg(i), m_me).arg(100)));
+        QVERIFY(query.exec(insert.arg(tables.at(i), QStringLiteral("new%1").arg(i), m_me).arg(200 + i)));
+        if (i == 7)
+            QVERIFY(query.exec(insert.arg(tables.at(i), QStringLiteral("tie%1").arg(i), m_me).arg(200 + i)));
+        m_messages->slotCreateMessageTable(tables.at(i));
+    }
+
+    QStringList shown;
+    QString team;
+    for (const KvFriendMessageData &row : m_messages->lastMessages()) {
+        if (!row.messageLocalId.contains(QRegularExpression("^(old|new|tie)")))
+            continue;
+        shown << row.messageLocalId;
+        if (row.isGroup)
+            team = row.toUserId;
+    }
+    QStringList expected;
+    for (int i = 0; i < tables.size(); ++i)
+        expected << QStringLiteral("new%1").arg(i);
+    QCOMPARE(shown, expected);
+    QCOMPARE(team, QStringLiteral("team9"));
 }
 
 void TestMessageStore::popUpNotice()
