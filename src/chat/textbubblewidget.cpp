@@ -99,10 +99,11 @@ void KvTextBubbleWidget::setText(const QString &text)
     KvSafety::setReceivedText(label, html);
 }
 
-void KvTextBubbleWidget::paintEvent(QPaintEvent *event)
+void KvTextBubbleWidget::enterEvent(QEvent *event)
 {
-    // Selection needs a text document per label; a plain text has none until
-    // it is first seen, so a page of thousands of rows builds only the few shown.
+    // Selection needs a text document per label, which a plain text otherwise
+    // never has: only bubbles the pointer has come over build one, not every
+    // bubble that has scrolled past.
     if (!(label->textInteractionFlags() & Qt::TextSelectableByMouse)) {
         label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse);
         // The document may break a text at the edge of the width on another
@@ -111,6 +112,11 @@ void KvTextBubbleWidget::paintEvent(QPaintEvent *event)
         if (heightForWidth(width()) != height())
             updateGeometry();
     }
+    QWidget::enterEvent(event);
+}
+
+void KvTextBubbleWidget::paintEvent(QPaintEvent *event)
+{
     QWidget::paintEvent(event);
 
     QPainter painter(this);

@@ -25,6 +25,7 @@ public:
     QSize minimumSizeHint() const override;
 
 protected:
+    void enterEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 

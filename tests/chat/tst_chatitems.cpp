@@ -140,6 +140,33 @@ private Q_SLOTS:
         QVERIFY(label->textInteractionFlags() & Qt::LinksAccessibleByMouse);
     }
 
+    // Dragged across by a person, as the pointer comes over it, a bubble's text is selected.
+    void textIsSelectedByDragging()
+    {
+        QWidget page;
+        auto *column = new QVBoxLayout(&page);
+        column->addWidget(new KvChatItemWidget(message("BBC", R"({"content":"第一句话 second words"})"), &page));
+        column->addWidget(new KvChatItemWidget(message("BBC", R"({"content":"另一条"})"), &page));
+        column->addStretch();
+        page.resize(500, 400);
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        const QList<KvTextBubbleWidget *> bubbles = page.findChildren<KvTextBubbleWidget *>();
+        QCOMPARE(bubbles.size(), 2);
+        auto *label = bubbles.first()->findChild<QLabel *>();
+        const QPoint start = label->mapTo(&page, QPoint(1, label->height() / 2));
+        const QPoint end = label->mapTo(&page, QPoint(label->width() - 2, label->height() / 2));
+        // The pointer comes into the window, as the windowing system reports it, and over the text.
+        QEnterEvent entered(QPointF(1, 1), QPointF(1, 1), page.mapToGlobal(QPoint(1, 1)));
+        QApplication::sendEvent(page.windowHandle(), &entered);
+        QTest::mouseMove(page.windowHandle(), start);
+        QTest::mousePress(page.windowHandle(), Qt::LeftButton, {}, start);
+        QTest::mouseMove(page.windowHandle(), end);
+        QTest::mouseRelease(page.windowHandle(), Qt::LeftButton, {}, end);
+        QCOMPARE(label->selectedText(), QStringLiteral("第一句话 second words"));
+        QVERIFY(!bubbles.last()->findChild<QLabel *>()->hasSelectedText());
+    }
+
     // A host with its own style and none of ours: every bubble's text still
     // takes at least a line, and a long one more, in a page-like column.
     void textRowsWithoutTheStyleSheet_data()
