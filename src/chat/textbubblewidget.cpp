@@ -8,6 +8,8 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QRegularExpression>
+#include <QStyle>
+#include <QTextDocument>
 
 KvTextBubbleWidget::KvTextBubbleWidget(bool isSend, const QString &text, QWidget *parent)
     : QWidget(parent)
@@ -18,6 +20,13 @@ KvTextBubbleWidget::KvTextBubbleWidget(bool isSend, const QString &text, QWidget
     label->setWordWrap(true);
     KvSafety::routeLinks(label);
     setText(text);
+    // A plain text is painted by the bubble until the pointer comes over it: a
+    // label never shown is never matched against the style sheet, which costs
+    // more than the rest of the row.
+    if (label->textFormat() != Qt::RichText && !Qt::mightBeRichText(label->text())) {
+        label->hide();
+        setAccessibleName(plainText);
+    }
     // The bubble's height comes from the label's height for its width. A new
     // policy drops that flag, which only a style change would set again, so a
     // host without our style sheet saw no text at all.
@@ -106,6 +115,7 @@ void KvTextBubbleWidget::enterEvent(QEvent *event)
     // bubble that has scrolled past.
     if (!(label->textInteractionFlags() & Qt::TextSelectableByMouse)) {
         label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse);
+        label->show();
         // The document may break a text at the edge of the width on another
         // word than the plain measure did: measured again, the row follows.
         measuredWidths[0] = measuredWidths[1] = -1;
@@ -148,4 +158,15 @@ void KvTextBubbleWidget::paintEvent(QPaintEvent *event)
         tail.quadTo(4, 16, 9, 16);
     }
     painter.drawPath(tail);
+    painter.end();
+
+    if (label->isHidden()) {
+        // As the label paints a plain text of its own.
+        QPainter text(this);
+        const bool rightToLeft = plainText.isRightToLeft();
+        const int flags = int(QStyle::visualAlignment(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight, label->alignment()))
+            | Qt::TextWordWrap | (rightToLeft ? Qt::TextForceRightToLeft : Qt::TextForceLeftToRight);
+        style()->drawItemText(&text, label->geometry(), flags, label->palette(), label->isEnabled(), label->text(),
+                              label->foregroundRole());
+    }
 }

@@ -203,6 +203,13 @@ private Q_SLOTS:
         QVERIFY2(label->height() >= lines * label->fontMetrics().height(), qPrintable(QString::number(label->height())));
         QVERIFY(bubbles.first()->height() > label->height());
         QVERIFY(bubbles.last()->findChild<QLabel *>()->height() >= label->fontMetrics().height());
+        // The text is there to read, in the label's place.
+        const QImage shot = bubbles.first()->grab(label->geometry()).toImage();
+        int ink = 0;
+        for (int y = 0; y < shot.height(); ++y)
+            for (int x = 0; x < shot.width(); ++x)
+                ink += qGray(shot.pixel(x, y)) < 100;
+        QVERIFY2(text.isEmpty() ? ink == 0 : ink > 20, qPrintable(QString::number(ink)));
     }
 
     void picture_data()
