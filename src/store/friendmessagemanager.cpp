@@ -296,8 +296,11 @@ void KvFriendMessageManager::slotDownloadFinished(QString userName, QString mess
 
 void KvFriendMessageManager::slotFriendRemove(QString userName)
 {
-    if (dataAdapter && !dataAdapter->dropTable(friendMessageTableName(userName)))
+    const QString table = friendMessageTableName(userName);
+    if (dataAdapter && !dataAdapter->dropTable(table))
         lastError = dataAdapter->database().lastError().text();
+    else
+        messageTables.removeAll(table);
     emit signalFriendRemove(userName);
 }
 

@@ -407,20 +407,28 @@ void TestMessageStore::newestRowOfEveryConversation()
         m_messages->slotCreateMessageTable(tables.at(i));
     }
 
-    QStringList shown;
     QString team;
-    for (const KvFriendMessageData &row : m_messages->lastMessages()) {
-        if (!row.messageLocalId.contains(QRegularExpression("^(old|new|tie)")))
-            continue;
-        shown << row.messageLocalId;
-        if (row.isGroup)
-            team = row.toUserId;
-    }
+    const auto newest = [&] {
+        QStringList ids;
+        for (const KvFriendMessageData &row : m_messages->lastMessages()) {
+            if (!row.messageLocalId.contains(QRegularExpression("^(old|new|tie)")))
+                continue;
+            ids << row.messageLocalId;
+            if (row.isGroup)
+                team = row.toUserId;
+        }
+        return ids;
+    };
     QStringList expected;
     for (int i = 0; i < tables.size(); ++i)
         expected << QStringLiteral("new%1").arg(i);
-    QCOMPARE(shown, expected);
+    QCOMPARE(newest(), expected);
     QCOMPARE(team, QStringLiteral("team9"));
+
+    // A removed friend's conversation goes; the others stay.
+    m_messages->slotFriendRemove(QStringLiteral("bulk005"));
+    expected.removeAll(QStringLiteral("new5"));
+    QCOMPARE(newest(), expected);
 }
 
 void TestMessageStore::popUpNotice()
