@@ -60,7 +60,7 @@ void KvWSCommunicationManager::setToken(const QString &token)
         return;
     m_token = token;
     const QString host = KvSelfServerManager::instance()->messageServerHost();
-    d->m_url = QStringLiteral("ws://") + host + QStringLiteral("/wsmessage?auth=%1&platform=pc-pro").arg(token);
+    d->m_requestedUrl = QStringLiteral("ws://") + host + QStringLiteral("/wsmessage?auth=%1&platform=pc-pro").arg(token);
     qCDebug(kvMessaging) << "message server token changed, connecting to" << host;
     d->startConnection(true);
 }

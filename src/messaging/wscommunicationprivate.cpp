@@ -115,12 +115,13 @@ KvWSCommunicationPrivate::~KvWSCommunicationPrivate()
 
 void KvWSCommunicationPrivate::startConnection(bool force)
 {
-    if (m_url.isEmpty())
+    if (m_requestedUrl.isEmpty())
         return;
     if (m_workerThread->isRunning() && !force)
         return;
     m_workerThread->start(QThread::InheritPriority);
-    QMetaObject::invokeMethod(this, [this] {
+    QMetaObject::invokeMethod(this, [this, url = m_requestedUrl] {
+        m_url = url;
         if (m_reconnectTimer->isActive())
             m_reconnectTimer->stop();
         closeSocket();

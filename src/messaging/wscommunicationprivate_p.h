@@ -64,6 +64,10 @@ private:
     int m_reconnectInterval = 0;
     QDate m_authDate;
     int m_heartbeatCount = 0;
+    // The address asked for, on the caller's thread; the connection's thread
+    // keeps its own copy, handed over with each start, so that a new token
+    // never rewrites a string the other thread is reading.
+    QString m_requestedUrl;
     QString m_url;
     QMap<QString, QSharedPointer<KvWSMessageReply>> m_pendingReplies;
     QThread *m_workerThread = nullptr;
