@@ -112,10 +112,7 @@ void KvFriendMessageItemWidget::setUser(const QString &userName, const KvFriends
     const auto found = friends.constFind(userName);
     if (found != friends.constEnd()) {
         ui->labelName->setText(displayName(found->first));
-        if (found->second.isEmpty())
-            ui->pushButtonHeadPortrait->clear();
-        else
-            ui->pushButtonHeadPortrait->setButtonIconData(found->second);
+        ui->pushButtonHeadPortrait->setButtonIconData(found->second);
         return;
     }
     // Not a friend: a team member, or someone the store does not know.

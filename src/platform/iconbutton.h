@@ -31,7 +31,7 @@ public:
     void setButtonIcon(const QPixmap &pixmap);
     void setButtonIcon(const QString &filePath); // a file that can't be read clears the button
     // Encoded picture bytes, decoded when the button is first painted or asked
-    // for its pixmap; bytes that don't decode leave the default icon.
+    // for its pixmap; no bytes, or bytes that don't decode, leave the default icon.
     void setButtonIconData(const QByteArray &encoded);
     void clear(); // back to the default icon
     bool hasButtonIcon() const;

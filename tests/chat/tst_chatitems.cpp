@@ -32,6 +32,22 @@ KvFriendMessageData message(const QString &type, const QByteArray &content, cons
     return data;
 }
 
+// `first` and a short text under it, shown in a column as a page holds them;
+// the second row keeps a label sized by its neighbour from passing for one
+// sized by its text. Gives the rows' bubbles.
+QList<KvTextBubbleWidget *> showTextRows(QWidget &page, const KvFriendMessageData &first)
+{
+    auto *column = new QVBoxLayout(&page);
+    column->addWidget(new KvChatItemWidget(first, &page));
+    column->addWidget(new KvChatItemWidget(message("BBC", R"({"content":"好"})"), &page));
+    column->addStretch();
+    page.resize(500, 900);
+    page.show();
+    if (!QTest::qWaitForWindowExposed(&page))
+        return {};
+    return page.findChildren<KvTextBubbleWidget *>();
+}
+
 KvPicShowWindow *viewer()
 {
     for (QWidget *window : QApplication::topLevelWidgets())
@@ -144,14 +160,8 @@ private Q_SLOTS:
     void textIsSelectedByDragging()
     {
         QWidget page;
-        auto *column = new QVBoxLayout(&page);
-        column->addWidget(new KvChatItemWidget(message("BBC", R"({"content":"第一句话 second words"})"), &page));
-        column->addWidget(new KvChatItemWidget(message("BBC", R"({"content":"另一条"})"), &page));
-        column->addStretch();
-        page.resize(500, 400);
-        page.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&page));
-        const QList<KvTextBubbleWidget *> bubbles = page.findChildren<KvTextBubbleWidget *>();
+        const QList<KvTextBubbleWidget *> bubbles =
+            showTextRows(page, message("BBC", R"({"content":"第一句话 second words"})"));
         QCOMPARE(bubbles.size(), 2);
         auto *label = bubbles.first()->findChild<QLabel *>();
         const QPoint start = label->mapTo(&page, QPoint(1, label->height() / 2));
@@ -186,18 +196,10 @@ private Q_SLOTS:
         QFETCH(bool, isSend);
         QFETCH(int, lines);
         QVERIFY(qApp->styleSheet().isEmpty());
-        QWidget page;
-        auto *column = new QVBoxLayout(&page);
         KvFriendMessageData data = message("BBC", QJsonDocument(QJsonObject{{"content", text}}).toJson());
         data.isSend = isSend;
-        // Two rows, so that a label sized by its neighbour is not taken for one sized by its text.
-        column->addWidget(new KvChatItemWidget(data, &page));
-        column->addWidget(new KvChatItemWidget(message("BBC", R"({"content":"好"})"), &page));
-        column->addStretch();
-        page.resize(500, 900);
-        page.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&page));
-        const QList<KvTextBubbleWidget *> bubbles = page.findChildren<KvTextBubbleWidget *>();
+        QWidget page;
+        const QList<KvTextBubbleWidget *> bubbles = showTextRows(page, data);
         QCOMPARE(bubbles.size(), 2);
         auto *label = bubbles.first()->findChild<QLabel *>();
         QVERIFY2(label->height() >= lines * label->fontMetrics().height(), qPrintable(QString::number(label->height())));

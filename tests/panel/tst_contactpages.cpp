@@ -55,6 +55,13 @@ private Q_SLOTS:
 private:
     // One line a row: "[B]" for a header, the shown name for a friend; hidden rows left out.
     QStringList rows(QListWidget *list) const;
+    // The row widget whose name reads `name`, or null.
+    static QWidget *rowNamed(QListWidget *list, const QString &name);
+    // The portrait a row's head shows.
+    static QImage shownPortrait(QWidget *row)
+    {
+        return row->findChild<KvIconButton *>("pushButtonHeadPortrait")->buttonPixmap().toImage();
+    }
     void choosePortrait(QWidget *dialog, const QString &path);
     // Types `text` into the chat window's open page and sends it; gives the frame the server stored.
     QJsonObject sendFromTheChatWindow(const QString &text);
@@ -79,6 +86,16 @@ QStringList TestContactPages::rows(QListWidget *list) const
         lines << (name ? name->text() : QStringLiteral("[%1]").arg(item->text()));
     }
     return lines;
+}
+
+QWidget *TestContactPages::rowNamed(QListWidget *list, const QString &name)
+{
+    for (int i = 0; i < list->count(); ++i) {
+        QWidget *row = list->itemWidget(list->item(i));
+        if (row && row->findChild<QLabel *>("labelName")->text() == name)
+            return row;
+    }
+    return nullptr;
 }
 
 QJsonObject TestContactPages::sendFromTheChatWindow(const QString &text)
@@ -143,7 +160,6 @@ void TestContactPages::friendsStandUnderTheirInitials()
     QCOMPARE(shown, (QStringList{QStringLiteral("我的手机"), "[A]", "Anna", "[B]", "Ben", "bob", "[W]", "[Z]",
                                  QStringLiteral("张三")}));
 
-    // A double-click on a letter opens nothing; on a friend, that friend's chat.
     page.resize(300, 600);
     page.show();
     QVERIFY(QTest::qWaitForWindowExposed(&page));
@@ -153,16 +169,12 @@ void TestContactPages::friendsStandUnderTheirInitials()
         KvUserInfoFriend stored;
         QVERIFY(friends->friendInfo(stored, user));
         QVERIFY(!stored.headPortrait.isNull());
-        QWidget *row = nullptr;
-        for (int i = 0; i < list->count() && !row; ++i) {
-            QWidget *candidate = list->itemWidget(list->item(i));
-            if (candidate && candidate->findChild<QLabel *>("labelName")->text() == stored.nickName)
-                row = candidate;
-        }
+        QWidget *row = rowNamed(list, stored.nickName);
         QVERIFY(row);
-        QCOMPARE(row->findChild<KvIconButton *>("pushButtonHeadPortrait")->buttonPixmap().toImage(),
-                 stored.headPortrait.toImage());
+        QCOMPARE(shownPortrait(row), stored.headPortrait.toImage());
     }
+
+    // A double-click on a letter opens nothing; on a friend, that friend's chat.
     const auto doubleClick = [list](const QString &line) {
         for (int i = 0; i < list->count(); ++i) {
             QWidget *row = list->itemWidget(list->item(i));
@@ -226,15 +238,9 @@ void TestContactPages::conversationsShowTheirFriends()
     for (const QString &user : {m_bob, m_anna}) {
         KvUserInfoFriend info;
         QVERIFY(friends->friendInfo(info, user));
-        QWidget *row = nullptr;
-        for (int i = 0; i < list.count() && !row; ++i) {
-            if (list.item(i)->data(Qt::UserRole + 2).toString() == user)
-                row = list.itemWidget(list.item(i));
-        }
-        QVERIFY(row);
-        QCOMPARE(row->findChild<QLabel *>("labelName")->text(), info.nickName);
-        QCOMPARE(row->findChild<KvIconButton *>("pushButtonHeadPortrait")->buttonPixmap().toImage(),
-                 info.headPortrait.toImage());
+        QWidget *row = rowNamed(&list, info.nickName);
+        QVERIFY2(row, qPrintable(info.nickName));
+        QCOMPARE(shownPortrait(row), info.headPortrait.toImage());
     }
 }
 
@@ -246,28 +252,20 @@ void TestContactPages::removalDropsRowAndConversation()
     QSignalSpy dropped(messages, &KvFriendMessageManager::signalFriendRemove);
 
     // Removal goes through the row's menu action; the action's slot is what runs.
-    auto rowOf = [list](const QString &name) -> QWidget * {
-        for (int i = 0; i < list->count(); ++i) {
-            QWidget *row = list->itemWidget(list->item(i));
-            if (row && row->findChild<QLabel *>("labelName")->text() == name)
-                return row;
-        }
-        return nullptr;
-    };
     // Only a network failure fails a removal: the account service is away for this one.
     const QByteArray serviceUrl = qgetenv("KVMESS_ACCOUNT_URL");
     qputenv("KVMESS_ACCOUNT_URL", "http://127.0.0.1:9/");
     KvSelfServerManager::instance()->reload();
-    QVERIFY(QMetaObject::invokeMethod(rowOf("Anna"), "slotRemoveFriend"));
+    QVERIFY(QMetaObject::invokeMethod(rowNamed(list, "Anna"), "slotRemoveFriend"));
     qputenv("KVMESS_ACCOUNT_URL", serviceUrl);
     KvSelfServerManager::instance()->reload();
     QCOMPARE(m_boxes, QStringList{QStringLiteral("删除好友【%1】失败。").arg(m_anna)});
     QCOMPARE(dropped.count(), 0);
-    QVERIFY(rowOf("Anna"));
+    QVERIFY(rowNamed(list, "Anna"));
 
-    QVERIFY(QMetaObject::invokeMethod(rowOf("Anna"), "slotRemoveFriend"));
+    QVERIFY(QMetaObject::invokeMethod(rowNamed(list, "Anna"), "slotRemoveFriend"));
     QCOMPARE(dropped.count(), 1);
-    QTRY_VERIFY_WITH_TIMEOUT(!rowOf("Anna"), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!rowNamed(list, "Anna"), 10000);
     QVERIFY(rows(list).contains("[A]")); // the header stays without friends
 }
 
