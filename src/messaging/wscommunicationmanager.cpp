@@ -44,7 +44,7 @@ KvWSCommunicationManager::KvWSCommunicationManager(QObject *parent)
 
 KvWSCommunicationManager::~KvWSCommunicationManager()
 {
-    delete d;
+    deleteResources();
 }
 
 KvWSCommunicationManager *KvWSCommunicationManager::getDefault()
@@ -135,6 +135,13 @@ void KvWSCommunicationManager::requestUpdateMessages(const QString &lastMessageI
 
 void KvWSCommunicationManager::deleteResources()
 {
+    if (d && !d->endThread()) {
+        // Deleting the connection would pull its socket from under a thread
+        // that still runs; it is left to the process's exit instead.
+        qCWarning(kvMessaging) << "the message connection's thread did not end in time";
+        d = nullptr;
+        return;
+    }
     delete d;
     d = nullptr;
 }

@@ -91,26 +91,29 @@ KvWSCommunicationPrivate::KvWSCommunicationPrivate(KvWSCommunicationManager *man
 
 KvWSCommunicationPrivate::~KvWSCommunicationPrivate()
 {
-    if (m_workerThread->isRunning()) {
-        QMetaObject::invokeMethod(this, [this] {
-            closeSocket();
-            m_heartbeatTimer->stop();
-            m_reconnectTimer->stop();
-            // The socket and the timers end on the thread that used them.
-            m_socket->disconnect(this);
-            delete m_socket;
-            m_socket = nullptr;
-            delete m_heartbeatTimer;
-            m_heartbeatTimer = nullptr;
-            delete m_reconnectTimer;
-            m_reconnectTimer = nullptr;
-            m_workerThread->quit();
-        });
-        if (!m_workerThread->wait(ThreadWaitMs))
-            qCWarning(kvMessaging) << "the message connection's thread did not end in time";
-    }
     delete m_workerThread;
     m_pendingReplies.clear();
+}
+
+bool KvWSCommunicationPrivate::endThread()
+{
+    if (!m_workerThread->isRunning())
+        return true;
+    QMetaObject::invokeMethod(this, [this] {
+        closeSocket();
+        m_heartbeatTimer->stop();
+        m_reconnectTimer->stop();
+        // The socket and the timers end on the thread that used them.
+        m_socket->disconnect(this);
+        delete m_socket;
+        m_socket = nullptr;
+        delete m_heartbeatTimer;
+        m_heartbeatTimer = nullptr;
+        delete m_reconnectTimer;
+        m_reconnectTimer = nullptr;
+        m_workerThread->quit();
+    });
+    return m_workerThread->wait(ThreadWaitMs);
 }
 
 void KvWSCommunicationPrivate::startConnection(bool force)
@@ -209,7 +212,7 @@ void KvWSCommunicationPrivate::onConnected()
     if (!m_heartbeatTimer->isActive())
         m_heartbeatTimer->start(scaled(HeartbeatIntervalMs));
     m_reconnectInterval = 0;
-    qCDebug(kvMessaging) << "message server connected";
+    logLine(QStringLiteral("message server connected"));
     Q_EMIT m_manager->onConnected();
 }
 
@@ -217,13 +220,17 @@ void KvWSCommunicationPrivate::onDisconnected()
 {
     if (m_heartbeatTimer->isActive())
         m_heartbeatTimer->stop();
-    qCDebug(kvMessaging) << "message server disconnected";
+    logLine(QStringLiteral("message server disconnected"));
     Q_EMIT m_manager->onDisconnected();
 }
 
 void KvWSCommunicationPrivate::onError(QAbstractSocket::SocketError error)
 {
-    qCDebug(kvMessaging) << "message server socket error" << error << m_socket->errorString();
+    if (kvMessaging().isDebugEnabled()) {
+        QString line;
+        QDebug(&line) << "message server socket error" << error << m_socket->errorString();
+        logLine(line);
+    }
     Q_EMIT m_manager->onError(error);
     failAllReplies(error);
     if (isReconnectingError(error) && !m_url.isEmpty() && !m_reconnectTimer->isActive())
@@ -327,7 +334,7 @@ void KvWSCommunicationPrivate::slotReconnect()
 
 void KvWSCommunicationPrivate::slotOnlineStateChanged(bool isOnline)
 {
-    qCDebug(kvMessaging) << "network online:" << isOnline;
+    logLine(QStringLiteral("network online: %1").arg(isOnline ? QLatin1String("true") : QLatin1String("false")));
     if (isOnline) {
         m_reconnectTimer->stop();
         m_reconnectInterval = NetworkBackReconnectMs;
@@ -340,6 +347,14 @@ void KvWSCommunicationPrivate::slotOnlineStateChanged(bool isOnline)
         if (!m_url.isEmpty() && !m_reconnectTimer->isActive())
             armReconnect(DefaultReconnectMs);
     }
+}
+
+void KvWSCommunicationPrivate::logLine(const QString &line)
+{
+    // Written on the manager's thread: a message handler need not expect a
+    // thread that may outlive it (QtTest's handler, for one, is torn down at
+    // the end of a run while this thread still reports the link's closing).
+    QMetaObject::invokeMethod(m_manager, [line] { qCDebug(kvMessaging).noquote() << line; });
 }
 
 void KvWSCommunicationPrivate::armReconnect(int intervalMs)

@@ -29,6 +29,8 @@ public:
     explicit KvWSCommunicationPrivate(KvWSCommunicationManager *manager);
     ~KvWSCommunicationPrivate() override;
 
+    // Ends the connection's thread; false if it did not end in time.
+    bool endThread();
     void startConnection(bool force);
     void stopConnection(bool quit);
     // Caller's thread. The reply's time-out starts after the frame is posted,
@@ -56,6 +58,7 @@ private:
     void slotReconnect();
     void slotOnlineStateChanged(bool isOnline);
     void armReconnect(int intervalMs);
+    void logLine(const QString &line);
 
     QWebSocket *m_socket = nullptr;
     KvWSCommunicationManager *m_manager = nullptr;

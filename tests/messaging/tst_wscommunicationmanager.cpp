@@ -12,6 +12,8 @@
 #include <QThread>
 #include <QtTest>
 
+#include <atomic>
+
 using Hook = KvWSCommunicationTestHook;
 
 namespace {
@@ -297,6 +299,42 @@ private Q_SLOTS:
         QCOMPARE(errors.count(), 1);
         QCOMPARE(errors.first().first().value<QAbstractSocket::SocketError>(), error);
         QCOMPARE(Hook::reconnectTimerInterval(&link.manager), armed ? 30000 : -1);
+    }
+
+    // The connection's thread never calls the message handler: QtTest's own
+    // handler is torn down at the end of a run while that thread may still
+    // be reporting a closing link, and a host's handler may not expect it.
+    void linkReportsOnTheManagersThread()
+    {
+        static QThread *mainThread = nullptr;
+        static QStringList lines;
+        static std::atomic<int> fromOtherThreads{0};
+        static QtMessageHandler previous = nullptr;
+        mainThread = QThread::currentThread();
+        lines.clear();
+        fromOtherThreads = 0;
+        previous = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &context, const QString &text) {
+            if (QThread::currentThread() != mainThread) {
+                ++fromOtherThreads;
+                return;
+            }
+            lines << text;
+            previous(type, context, text);
+        });
+        const auto restore = qScopeGuard([] { qInstallMessageHandler(previous); });
+
+        {
+            MessageLink link;
+            QSignalSpy disconnected(&link.manager, &KvWSCommunicationManager::onDisconnected);
+            QVERIFY(link.open());
+            Hook::raiseError(&link.manager, QAbstractSocket::RemoteHostClosedError);
+            link.manager.stop();
+            QTRY_COMPARE(disconnected.count(), 1);
+        }
+        QCOMPARE(fromOtherThreads.load(), 0);
+        QVERIFY(lines.contains(QStringLiteral("message server connected")));
+        QVERIFY(lines.contains(QStringLiteral("message server disconnected")));
+        QVERIFY(!lines.filter(QStringLiteral("message server socket error QAbstractSocket::RemoteHostClosedError")).isEmpty());
     }
 
     // Offline closes the link and keeps trying at the long delay; back online
