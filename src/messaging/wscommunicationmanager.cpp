@@ -91,7 +91,7 @@ void KvWSCommunicationManager::quit()
 
 bool KvWSCommunicationManager::isConnected() const
 {
-    return d && d->m_socket && d->m_socket->state() == QAbstractSocket::ConnectedState;
+    return d && d->m_socketState.load() == QAbstractSocket::ConnectedState;
 }
 
 QSharedPointer<KvWSMessageReply> KvWSCommunicationManager::sendChat(const QSharedPointer<KvWSMessageContent> &content,

@@ -69,6 +69,8 @@ KvWSCommunicationPrivate::KvWSCommunicationPrivate(KvWSCommunicationManager *man
     m_reconnectTimer->setSingleShot(true);
     connect(m_reconnectTimer, &QTimer::timeout, this, &KvWSCommunicationPrivate::slotReconnect);
 
+    connect(m_socket, &QWebSocket::stateChanged, this,
+            [this](QAbstractSocket::SocketState state) { m_socketState.store(state); });
     connect(m_socket, &QWebSocket::connected, this, &KvWSCommunicationPrivate::onConnected);
     connect(m_socket, &QWebSocket::disconnected, this, &KvWSCommunicationPrivate::onDisconnected);
     connect(m_socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
@@ -107,6 +109,7 @@ bool KvWSCommunicationPrivate::endThread()
         m_socket->disconnect(this);
         delete m_socket;
         m_socket = nullptr;
+        m_socketState.store(QAbstractSocket::UnconnectedState);
         delete m_heartbeatTimer;
         m_heartbeatTimer = nullptr;
         delete m_reconnectTimer;

@@ -11,6 +11,8 @@
 #include <QSharedPointer>
 #include <QStringList>
 
+#include <atomic>
+
 class KvWSCommunicationManager;
 class QJsonObject;
 class QThread;
@@ -20,8 +22,7 @@ class QWebSocket;
 // The connection behind KvWSCommunicationManager. Built on the caller's thread
 // and then moved to its own thread: the socket, the pending replies and the
 // timers are touched only there, by functors posted to this object. The
-// exceptions, read or written from the caller's thread without a lock, are
-// the url, the thread's state and the socket's state.
+// caller's thread reads the socket's state through an atomic copy.
 class KvWSCommunicationPrivate : public QObject
 {
     Q_OBJECT
@@ -61,6 +62,7 @@ private:
     void logLine(const QString &line);
 
     QWebSocket *m_socket = nullptr;
+    std::atomic<int> m_socketState{QAbstractSocket::UnconnectedState};
     KvWSCommunicationManager *m_manager = nullptr;
     QTimer *m_heartbeatTimer = nullptr;
     QTimer *m_reconnectTimer = nullptr;
