@@ -19,6 +19,7 @@
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QThreadPool>
 #include <QUuid>
 #include <QVBoxLayout>
 #include <QtTest>
@@ -57,6 +58,7 @@ class TestChatWidget : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
+    void cleanup();
     void insertedFilesReadBack_data();
     void insertedFilesReadBack();
     void dropOfFileUrlsInsertsThem();
@@ -99,6 +101,13 @@ void TestChatWidget::initTestCase()
     QVERIFY(wide.save(m_dir.filePath("wide.png"), "PNG"));
     QFile notes(m_dir.filePath("notes"));
     QVERIFY(notes.open(QIODevice::WriteOnly) && notes.write("plain notes") > 0);
+}
+
+void TestChatWidget::cleanup()
+{
+    // Files and pictures upload in the background: they end here, not in the
+    // next function or while the test run closes.
+    QVERIFY(QThreadPool::globalInstance()->waitForDone(60000));
 }
 
 KvFriendMessageData TestChatWidget::message(const QString &type, const QString &text, qint64 time, int status) const
