@@ -79,7 +79,7 @@ void KvFriendMessageManager::watchSendReply(const QSharedPointer<KvWSMessageRepl
 {
     if (!reply)
         return;
-    // A file's send ends on a pool thread; the pending list belongs to this one.
+    // The pending list belongs to this thread.
     if (QThread::currentThread() != thread()) {
         QMetaObject::invokeMethod(this, [this, reply, data] { watchSendReply(reply, data); }, Qt::QueuedConnection);
         return;

@@ -191,14 +191,18 @@ bool KvSendMessageHelper::sendFileMessageFunc(const QString &filePath, const QSt
     }
     KvFriendMessageData record;
     initSendFileData(record, filePath, toUser, isGroup);
-    const auto reply = KvWSCommunicationManager::getDefault()->chatForFile({toUser}, id, title, size, src, md5, isGroup);
     if (!messageId.isEmpty()) {
         reportProgress(messageId, 1.0);
         record.messageLocalId = messageId;
     }
-    // Completed from the acknowledged message, this record overwrites the
-    // row made before the upload: both carry the same local id.
-    messageStore()->watchSendReply(reply, record);
+    // The reply's acknowledgement time-out runs on the thread that makes it,
+    // and a pool thread turns no event loop: the frame leaves from the
+    // store's thread. Completed from the acknowledged message, the record
+    // overwrites the row made before the upload: both carry the same local id.
+    QMetaObject::invokeMethod(messageStore(), [=] {
+        messageStore()->watchSendReply(
+            KvWSCommunicationManager::getDefault()->chatForFile({toUser}, id, title, size, src, md5, isGroup), record);
+    });
     return true;
 }
 

@@ -134,6 +134,7 @@ private Q_SLOTS:
     void failedUploads();
     void preparedFileForTheOwnAccount();
     void asyncFileRunsOnThePool();
+    void unacknowledgedAsyncFileFails();
 
 private:
     static Upload upload(const QString &path, const QString &messageId = QString());
@@ -486,6 +487,18 @@ void KvSendMessageHelperTest::asyncFileRunsOnThePool()
     QCOMPARE(log.threads.size(), 1);
     QVERIFY(!log.threads.contains(QThread::currentThread()));
     QCOMPARE(poolThreadsBusy, 1);
+}
+
+void KvSendMessageHelperTest::unacknowledgedAsyncFileFails()
+{
+    // The acknowledgement's 30 s become 1.5 s; its timer must not sit on the
+    // pool thread, which turns no event loop.
+    KvWSCommunicationTestHook::setTimeScale(0.05);
+    ReferenceServer::adminPost("hold_sss", {{"on", true}});
+    const QString id = QStringLiteral("unacknowledged");
+    QVERIFY(KvSendMessageHelper::sendFileMessage(makeFile(1000), m_peer, false, true, id));
+    KvFriendMessageData data;
+    QTRY_VERIFY_WITH_TIMEOUT(row(id, data) && data.status == 7, 15000);
 }
 
 QTEST_MAIN(KvSendMessageHelperTest)
