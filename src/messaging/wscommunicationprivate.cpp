@@ -354,6 +354,8 @@ void KvWSCommunicationPrivate::slotOnlineStateChanged(bool isOnline)
 
 void KvWSCommunicationPrivate::logLine(const QString &line)
 {
+    if (!kvMessaging().isDebugEnabled())
+        return;
     // Written on the manager's thread: a message handler need not expect a
     // thread that may outlive it (QtTest's handler, for one, is torn down at
     // the end of a run while this thread still reports the link's closing).
